@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <unordered_set>
+
+#include "configstore/export.h"
+#include "configstore/json_types.h"
+
+namespace OrvoConfigStore {
+
+/// Selects what a validation looks at. An empty selection means the default
+/// checks, marked (d).
+enum VALIDATION_CHECK : int {
+  CHECK_ADDITIONAL_PROPERTIES = 0,    ///< (d) members that "additionalProperties": false forbids
+  CHECK_SCALAR_TYPES = 1,             ///< (d) types and bounds of scalars
+  CHECK_REFERENCES = 2,               ///< "reference" leaves name a value found in the data
+  CHECK_NON_USER_MARKERS = 3,         ///< no property marked "vital" or "cached"
+  CHECK_REQUIRED = 4,                 ///< required members, by the rule that 3 and 5 choose
+  CHECK_VITAL_ONLY = 5,               ///< every leaf is vital
+  CHECK_ASSIGN_GENERATED_ID = 6,      ///< gives objects the "cs_generated_id" that they lack
+  CHECK_REQUIRED_NON_LAYERED = 7,     ///< required members but vital, cached and store-specific ones
+  CHECK_OPTION_DEPENDENCY = 8,        ///< union tags
+  CHECK_CACHED_ONLY = 9,              ///< every leaf is cached
+  CHECK_GENERATED_ID_DUPLICATES = 10  ///< generated identifiers are unique, too
+};
+
+/// Validates `data` against `schema` and sets `errors` to an array with an object
+/// {"value", "field", "error"} per violation; empty means valid. `allocator` is
+/// that of the document that holds `data`, which check 6 changes.
+/// Throws ConfigStoreException(2000, "Invalid JSON") when the schema is unusable.
+CONFIGSTORE_API void ValidateJsonInternal(const JsonValue& schema, const JsonValue& data, JsonDocument& errors,
+                                          const std::unordered_set<int>& checks, JsonAllocator& allocator);
+
+/// As above for a whole document.
+CONFIGSTORE_API void ValidateJsonInternal(const JsonValue& schema, const JsonDocument& data, JsonDocument& errors,
+                                          const std::unordered_set<int>& checks);
+
+/// As above for texts. Throws InvalidArgumentException(1080) when one is not JSON.
+CONFIGSTORE_API void ValidateJson(const std::string& schemaText, const std::string& dataText, JsonDocument& errors,
+                                  const std::unordered_set<int>& checks);
+
+/// As ValidateJson; returns the array as JSON text, "[]" when the data is valid.
+CONFIGSTORE_API std::string ValidateJsonStr(const std::string& schemaText, const std::string& dataText,
+                                            const std::unordered_set<int>& checks);
+
+}  // namespace OrvoConfigStore
