@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Database access: connections, statements and transactions over SQLite.
+///
+/// Results are integers: 0 is success, 1 a failure, which has then been logged;
+/// no function throws but for std::bad_alloc. A connection is used from one
+/// thread at a time. A forked child that inherits one works on a connection of
+/// its own, and a transaction that was open at the fork fails there.
+
+namespace DBStore {
+
+enum Type : int {
+  TYPE_STORE = 0,         ///< the configuration store
+  TYPE_SCHEMA_STORE = 1,  ///< the schema store
+};
+
+/// What a bound value is: SQLite's type codes.
+enum ValueType : int {
+  VALUE_INTEGER = 1,
+  VALUE_TEXT = 3,
+  VALUE_NULL = 5,
+};
+
+/// The time-out, in milliseconds, that every caller grants a busy database.
+constexpr int kBusyTimeout = 3000;
+
+class StoreConnection;
+
+/// Receives one result row; a NULL column has a null text. Any result but 0
+/// ends the statement as failed. May throw; the statement is then ended too.
+using RowCallback = int (*)(void* context, int columns, char** texts, char** names);
+
+/// Opens a new connection. Returns an empty pointer when the file does not
+/// exist, is no regular file, or cannot be opened.
+std::shared_ptr<StoreConnection> GetConnection(Type type);
+
+/// Creates what is missing of both databases: directories, files, tables and
+/// trigger, and sets the journal mode. Several processes may do so at once.
+int CreateDatabases();
+
+/// Whether the database file at `path` opens, passes its integrity check and
+/// has the tables of a store.
+bool Check(const std::string& path);
+
+/// Begin and commit the innermost transaction; the outermost begins as a writer.
+int BeginTransaction(const std::shared_ptr<StoreConnection>& connection);
+int CommitTransaction(const std::shared_ptr<StoreConnection>& connection);
+/// Undoes the innermost transaction: 0 when it is undone (also when SQLite has
+/// already done so by itself), 2 when there is none, 1 when it is still open.
+int CancelTransaction(const std::shared_ptr<StoreConnection>& connection);
+
+/// Runs one statement with `values` bound to its "?" in order; `types` says what
+/// each value is. Quoted literals in value position are bound as well, so that
+/// statements which differ in names alone share one preparation.
+int Execute(const std::shared_ptr<StoreConnection>& connection, const std::string& sql,
+            const std::vector<std::string>& values, const std::vector<int>& types, int timeoutMs);
+
+/// Runs one statement without parameters; each row goes to `callback` (may be null).
+int ExecuteV2(const std::shared_ptr<StoreConnection>& connection, const std::string& sql, RowCallback callback,
+              void* context, int timeoutMs);
+
+/// Reads the value of `key`: empty when there is none.
+int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection);
+/// Stores the value of `key`; a key that exists keeps its creation time.
+int WriteKeyValue(const std::string& key, const std::string& value, const std::shared_ptr<StoreConnection>& connection);
+
+/// What the thread's last failed call met; code 0 after one that succeeded. A
+/// cancel leaves it as it is.
+struct Failure {
+  int code = 0;         ///< SQLite's extended result code; SQLITE_CANTOPEN for a missing file
+  std::string message;  ///< SQLite's words and the host's path of the file
+};
+const Failure& LastFailure();
+
+}  // namespace DBStore

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+/// Every absolute path of the host, and the root under which they are found.
+/// Messages and statement texts carry the paths as they stand here; only calls
+/// into the operating system resolve them.
+
+namespace HaldenLib {
+
+constexpr char kStoreDirectory[] = "/etc/halden/configstore";
+constexpr char kStoreFile[] = "/etc/halden/configstore/current-store-1";
+constexpr char kSchemaStoreFile[] = "/etc/halden/schemastore/schema-store-1";
+constexpr char kPreferencesFile[] = "/etc/halden/preferences";
+constexpr char kFeaturesFile[] = "/etc/halden/features";
+constexpr char kSyslogFile[] = "/var/log/syslog";  // under a root only
+constexpr char kKernelLogDirectory[] = "/var/log/";
+constexpr char kLogDirectory[] = "/tmp/";
+constexpr char kComponentsDirectory[] = "/usr/lib/halden/configmanager/components";
+constexpr char kApplyModulesDirectory[] = "/usr/lib/halden/configmanager/apply_modules";
+
+/// Sets the root: empty, or an absolute path. Returns false, and changes
+/// nothing, for any other text. Without a call HALDEN_ROOT decides, read once
+/// and ignored in set-id programs.
+bool SetHostRoot(const std::string& root);
+std::string GetHostRoot();
+
+/// Returns `path` under the root; a relative path, or any without a root, as it is.
+std::string ResolvePath(const std::string& path);
+
+/// Whether something exists at `path` under the root.
+bool FileExists(const std::string& path);
+
+}  // namespace HaldenLib

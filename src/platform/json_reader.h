@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "platform/rapidjson.h"
+
+/// From text to JSON document and back.
+
+namespace OrvoConfigStore {
+
+/// Bounds of what is read and written as one object.
+constexpr size_t kMaxJsonBytes = size_t{16} << 20;
+constexpr int kMaxJsonDepth = 512;
+
+/// A document and the allocator it draws from, which outlives it.
+struct JsonStorage {
+  JsonAllocator allocator;
+  JsonDocument document;
+
+  /// Sizes the first pool chunk for a text of `textLength` bytes.
+  explicit JsonStorage(size_t textLength = 0);
+};
+
+/// A deep copy of `value`, as the root of a document of its own.
+std::shared_ptr<JsonStorage> CopyToStorage(const JsonValue& value);
+
+/// Why a text was refused.
+struct JsonReadFailure {
+  size_t offset = 0;  ///< byte at which reading stopped
+  const char* reason = "";
+};
+
+/// Parses `text` into `document`; false, with the document null, when it is not
+/// one JSON value within the depth bound. Numbers are exact: an integer that
+/// fits 64 bits stays one, every other number is the nearest double, and one
+/// that is not finite is refused, as is a raw NUL.
+bool ReadJson(const std::string& text, JsonDocument& document, JsonReadFailure* failure);
+
+/// Appends `value` as compact text to `out`; false, with `out` as it was, when
+/// it holds a number that is not finite or nests deeper than can be read back.
+bool WriteJson(const JsonValue& value, std::string& out);
+
+}  // namespace OrvoConfigStore

@@ -1,0 +1,207 @@
+// Running one statement on a connection:
+//
+//   1. The text is lifted and its statement taken from the cache, or prepared.
+//   2. Before a write outside of a transaction: is the file still the one at
+//      the path, is its log in order. This may replace the handle, so the
+//      statement is let go of and taken again.
+//   3. Values and lifted literals are bound and the rows handed over.
+//   4. The statement is let go of; after a commit the log is trimmed.
+
+#include <charconv>
+#include <utility>
+
+#include "platform/db_failure.h"
+#include "platform/store_connection.h"
+#include "platform/wal_upkeep.h"
+
+namespace DBStore {
+
+namespace {
+
+const std::vector<std::string> kNoValues;
+const std::vector<int> kNoTypes;
+
+size_t CountOf(const Request& request) {
+  return request.values == nullptr ? 0 : request.values->size();
+}
+
+int BindInteger(sqlite3_stmt* statement, int index, const std::string& value) {
+  sqlite3_int64 number = 0;
+  const char* const end = value.data() + value.size();
+  const auto [rest, error] = std::from_chars(value.data(), end, number);
+  if (error != std::errc() || rest != end) return SQLITE_MISMATCH;
+  return sqlite3_bind_int64(statement, index, number);
+}
+
+/// The text is not copied: it lives until the statement is let go of.
+int BindText(sqlite3_stmt* statement, int index, std::string_view text) {
+  return sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+}
+
+int BindValue(sqlite3_stmt* statement, int index, const std::string& value, int type) {
+  switch (type) {
+    case VALUE_INTEGER:
+      return BindInteger(statement, index, value);
+    case VALUE_TEXT:
+      return BindText(statement, index, value);
+    case VALUE_NULL:
+      return sqlite3_bind_null(statement, index);
+    default:
+      return SQLITE_MISMATCH;
+  }
+}
+
+/// Binds literals and given values, both in text order.
+int Bind(sqlite3_stmt* statement, const std::vector<Parameter>& parameters, const Request& request) {
+  const std::vector<std::string>& values = request.values == nullptr ? kNoValues : *request.values;
+  const std::vector<int>& types = request.types == nullptr ? kNoTypes : *request.types;
+  if (types.size() != values.size() ||
+      parameters.size() != static_cast<size_t>(sqlite3_bind_parameter_count(statement)))
+    return SQLITE_RANGE;
+  size_t given = 0;
+  int index = 0;
+  for (const Parameter& parameter : parameters) {
+    ++index;
+    if (parameter.isGiven && given == values.size()) return SQLITE_RANGE;
+    const int code = parameter.isGiven ? BindValue(statement, index, values[given], types[given])
+                                       : BindText(statement, index, parameter.literal);
+    if (code != SQLITE_OK) return code;
+    given += parameter.isGiven ? 1 : 0;
+  }
+  return given == values.size() ? SQLITE_OK : SQLITE_RANGE;
+}
+
+/// A result row as a callback takes it.
+class Row {
+ public:
+  explicit Row(sqlite3_stmt* statement) : statement_(statement) {}
+
+  /// Takes the current row; false when memory is short.
+  bool Read() {
+    if (cells_.empty()) ReadNames();
+    for (int column = 0; column < columns_; ++column) {
+      const unsigned char* const text = sqlite3_column_text(statement_, column);
+      if (text == nullptr && sqlite3_column_type(statement_, column) != SQLITE_NULL) return false;
+      cells_[static_cast<size_t>(column)] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
+    }
+    return true;
+  }
+
+  int Give(RowCallback callback, void* context) {
+    return callback(context, columns_, cells_.data(), cells_.data() + columns_);
+  }
+
+ private:
+  void ReadNames() {
+    columns_ = sqlite3_column_count(statement_);
+    cells_.resize(2 * static_cast<size_t>(columns_));
+    for (int column = 0; column < columns_; ++column) {
+      cells_[static_cast<size_t>(columns_ + column)] = const_cast<char*>(sqlite3_column_name(statement_, column));
+    }
+  }
+
+  sqlite3_stmt* statement_;
+  int columns_ = 0;
+  std::vector<char*> cells_;  // the texts, then the names
+};
+
+class ScopedCount {
+ public:
+  explicit ScopedCount(int* count) : count_(count) { ++*count_; }
+  ~ScopedCount() { --*count_; }
+  ScopedCount(const ScopedCount&) = delete;
+  ScopedCount& operator=(const ScopedCount&) = delete;
+
+ private:
+  int* count_;
+};
+
+}  // namespace
+
+int StoreConnection::Run(const Request& request) {
+  if (!EnsureOwnHandle()) return 1;
+  if (HasLostTransaction()) return RefuseLost(request.sql);
+  const int result = RunInternal(request);
+  NoteTransaction(result == 0);
+  if (result == 0) ClearFailure();
+  return result;
+}
+
+int StoreConnection::RunInternal(const Request& request) {
+  SetBusyTimeout(request.timeoutMs);
+  LiftedStatement lifted = std::move(lifted_);  // a row callback may run statements of its own
+  const int result = RunLifted(request, &lifted);
+  lifted_ = std::move(lifted);
+  if (result == 0) TrimLogAfterCommit();
+  return result;
+}
+
+int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) {
+  std::optional<StatementUse> use;
+  if (!Acquire(request, lifted, &use)) return 1;
+  if (BeginsWrite(use->Get())) {
+    use.reset();
+    if (!PrepareToWrite(request.timeoutMs)) return 1;
+    const int code = Prepare(lifted->text, &use);
+    if (code != SQLITE_OK) return Fail(code, sqlite3_errmsg(database_.get()), lifted->text);
+  }
+  const int bound = Bind(use->Get(), lifted->parameters, request);
+  if (bound != SQLITE_OK) return Fail(bound, "the values do not fit the statement", lifted->text);
+  const int code = Step(use->Get(), request);
+  if (code == SQLITE_ABORT) return Fail(code, "a row was refused", lifted->text);
+  return code == SQLITE_OK ? 0 : Fail(code, sqlite3_errmsg(database_.get()), lifted->text);
+}
+
+/// Finds the form of the text that SQLite takes: lifted, else as it is. A
+/// literal can be a name after all (`INSERT INTO t('column')`); then the text
+/// runs as it stands.
+bool StoreConnection::Acquire(const Request& request, LiftedStatement* lifted, std::optional<StatementUse>* use) {
+  int code = SQLITE_ERROR;
+  if (LiftLiterals(request.sql, lifted)) code = Prepare(lifted->text, use);
+  if ((code & 0xFF) == SQLITE_ERROR) {
+    lifted->text = request.sql;
+    lifted->parameters.assign(CountOf(request), {true, {}});
+    code = Prepare(lifted->text, use);
+  }
+  if (code == SQLITE_OK) return true;
+  const bool isCount = code == SQLITE_MISUSE;
+  Fail(code, isCount ? "not exactly one statement" : sqlite3_errmsg(database_.get()), lifted->text);
+  return false;
+}
+
+int StoreConnection::Prepare(const std::string& text, std::optional<StatementUse>* use) {
+  StatementCache::Entry* kept = statements_.Take(text);
+  if (kept == nullptr) {
+    StatementHandle prepared;
+    const int code = PrepareStatement(database_.get(), text, &prepared);
+    if (code != SQLITE_OK) return code;
+    kept = statements_.Keep(text, &prepared);
+    if (kept == nullptr) use->emplace(std::move(prepared));
+  }
+  if (kept != nullptr) use->emplace(kept);
+  return SQLITE_OK;
+}
+
+bool StoreConnection::BeginsWrite(sqlite3_stmt* statement) const {
+  return sqlite3_stmt_readonly(statement) == 0 && running_ == 0 && !IsInTransaction();
+}
+
+int StoreConnection::Step(sqlite3_stmt* statement, const Request& request) {
+  const ScopedCount underWay(&running_);
+  Row row(statement);
+  int code = sqlite3_step(statement);
+  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+    if (request.callback == nullptr) continue;
+    if (!row.Read()) return SQLITE_NOMEM;
+    if (row.Give(request.callback, request.context) != 0) return SQLITE_ABORT;
+  }
+  return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+void StoreConnection::TrimLogAfterCommit() {
+  if (logPages_ == 0 || running_ > 0 || IsInTransaction()) return;
+  SetBusyTimeout(0);
+  TrimLog(database_.get(), std::exchange(logPages_, 0));
+}
+
+}  // namespace DBStore

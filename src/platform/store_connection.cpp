@@ -1,0 +1,85 @@
+#include "platform/store_connection.h"
+
+#include <unistd.h>
+
+#include "platform/db_failure.h"
+#include "platform/host_paths.h"
+#include "platform/wal_upkeep.h"
+
+namespace DBStore {
+
+StoreConnection::StoreConnection(Type type)
+    : path_(type == TYPE_STORE ? HaldenLib::kStoreFile : HaldenLib::kSchemaStoreFile),
+      hasLog_(type == TYPE_STORE),
+      owner_(getpid()) {}
+
+StoreConnection::~StoreConnection() {
+  AbandonInChild();
+  Close();
+}
+
+bool StoreConnection::Open(WhenMissing whenMissing) {
+  database_ = OpenDatabase(path_, Access::ReadWrite, whenMissing, &file_);
+  if (database_ == nullptr) return false;
+  WatchLog(database_.get(), &logPages_);
+  busyTimeout_ = kBusyTimeout;
+  logPages_ = 0;
+  isLogEnsured_ = false;
+  return true;
+}
+
+void StoreConnection::Close() {
+  if (database_ == nullptr) return;
+  statements_.Clear();
+  // What lies at the path by now is another file, whose log must be left alone.
+  if (HasMoved()) sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  database_.reset();
+}
+
+void StoreConnection::AbandonInChild() {
+  if (owner_ == getpid()) return;
+  // Deliberate: a leak. Closing would undo the parent's work with the parent's memory.
+  statements_.Abandon();
+  static_cast<void>(database_.release());
+  owner_ = getpid();
+  running_ = 0;
+}
+
+bool StoreConnection::EnsureOwnHandle() {
+  AbandonInChild();
+  return database_ != nullptr || Open(WhenMissing::Report);
+}
+
+bool StoreConnection::HasMoved() const {
+  FileIdentity now;
+  return IdentifyFile(path_, &now) != SQLITE_OK || !(now == file_);
+}
+
+void StoreConnection::SetBusyTimeout(int timeoutMs) {
+  if (timeoutMs == busyTimeout_) return;
+  sqlite3_busy_timeout(database_.get(), timeoutMs);
+  busyTimeout_ = timeoutMs;
+}
+
+/// What precedes every write transaction, also that of a single statement. May
+/// replace the handle, so no statement of it may be held meanwhile.
+bool StoreConnection::PrepareToWrite(int timeoutMs) {
+  if (HasMoved()) {
+    Close();
+    if (!Open(WhenMissing::Report)) return false;
+  }
+  if (!hasLog_) return true;
+  SetBusyTimeout(0);
+  if (!isLogEnsured_) EnsureWriteAheadLog(database_.get(), path_);
+  isLogEnsured_ = true;
+  const bool mayWrite = MakeRoomInLog(database_.get(), path_, timeoutMs);
+  SetBusyTimeout(timeoutMs);
+  if (!mayWrite) Fail(SQLITE_BUSY, "the write-ahead log is over its bound and held by a reader");
+  return mayWrite;
+}
+
+int StoreConnection::Fail(int code, const std::string& words, std::string_view statement) const {
+  return ReportFailure(code, words, path_, statement);
+}
+
+}  // namespace DBStore

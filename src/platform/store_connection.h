@@ -1,0 +1,103 @@
+#pragma once
+
+#include <sqlite3.h>
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/db_store.h"
+#include "platform/open_database.h"
+#include "platform/sql_literals.h"
+#include "platform/statement_cache.h"
+
+namespace DBStore {
+
+/// What Run is to do: a statement, the values of its "?", and where rows go.
+struct Request {
+  const std::string& sql;
+  const std::vector<std::string>* values = nullptr;  // null for none
+  const std::vector<int>* types = nullptr;
+  RowCallback callback = nullptr;
+  void* context = nullptr;
+  int timeoutMs = kBusyTimeout;
+};
+
+/// One connection: SQLite's handle, its prepared statements, and how deep its
+/// transactions are nested.
+///
+/// Levels are begun by Begin; a statement text that begins a transaction makes a
+/// level of its own below those. When SQLite has ended the transaction by itself
+/// (a full disk, a failing one) while levels are open, the connection refuses all
+/// work until they are cancelled: the outer levels would otherwise go on to
+/// write outside of any transaction.
+///
+/// The handle belongs to the process that opened it. A forked child never
+/// touches it, not even to close it, and opens one of its own; since nothing is
+/// open on that, inherited levels are refused in the same way.
+class StoreConnection {
+ public:
+  explicit StoreConnection(Type type);
+  ~StoreConnection();
+  StoreConnection(const StoreConnection&) = delete;
+  StoreConnection& operator=(const StoreConnection&) = delete;
+
+  /// Opens the handle; false, with the reason recorded, when that fails.
+  bool Open(WhenMissing whenMissing);
+
+  /// Runs one statement; returns 0 or 1.
+  int Run(const Request& request);
+
+  /// Transactions, with the results of the functions of DBStore.
+  int Begin();
+  int Commit();
+  int Cancel();
+
+ private:
+  // store_connection.cpp: the handle
+  bool EnsureOwnHandle();
+  void AbandonInChild();
+  void Close();
+  bool HasMoved() const;
+  bool IsInTransaction() const { return database_ != nullptr && sqlite3_get_autocommit(database_.get()) == 0; }
+  void SetBusyTimeout(int timeoutMs);
+  bool PrepareToWrite(int timeoutMs);
+  int Fail(int code, const std::string& words, std::string_view statement = {}) const;
+
+  // statement_run.cpp: one statement
+  int RunInternal(const Request& request);
+  int RunLifted(const Request& request, LiftedStatement* lifted);
+  bool Acquire(const Request& request, LiftedStatement* lifted, std::optional<StatementUse>* use);
+  int Prepare(const std::string& text, std::optional<StatementUse>* use);
+  bool BeginsWrite(sqlite3_stmt* statement) const;
+  int Step(sqlite3_stmt* statement, const Request& request);
+  void TrimLogAfterCommit();
+
+  // transactions.cpp: their levels
+  int Levels() const { return depth_ + (hasTextLevel_ ? 1 : 0); }
+  bool HasLostTransaction() const { return Levels() > 0 && !IsInTransaction(); }
+  int RefuseLost(const std::string& sql);
+  void NoteTransaction(bool succeeded);
+  bool Undo(int level);
+  void PopLevel();
+
+  const std::string path_;
+  const bool hasLog_;  // the store has a write-ahead log, the schema store has none
+  Database database_;
+  FileIdentity file_;
+  pid_t owner_;
+  StatementCache statements_;
+  LiftedStatement lifted_;  // memory that is used again
+
+  int busyTimeout_ = kBusyTimeout;
+  int running_ = 0;  // statements under way: a row callback may run others
+  int logPages_ = 0;
+  bool isLogEnsured_ = false;
+
+  int depth_ = 0;
+  bool hasTextLevel_ = false;
+};
+
+}  // namespace DBStore

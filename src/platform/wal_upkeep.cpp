@@ -1,0 +1,149 @@
+#include "platform/wal_upkeep.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "platform/host_log.h"
+#include "platform/host_paths.h"
+#include "platform/open_database.h"
+#include "platform/store_tables.h"
+
+namespace DBStore {
+
+namespace {
+
+constexpr int64_t kTrimAbove = int64_t{4} << 20;
+constexpr int64_t kRefuseAbove = int64_t{16} << 20;
+
+int NoteLogLength(void* pages, sqlite3*, const char* database, int length) {
+  if (std::strcmp(database, "main") == 0) *static_cast<int*>(pages) = length;
+  return SQLITE_OK;
+}
+
+/// Runs a query of one value; returns SQLite's code.
+int QueryText(sqlite3* database, const char* query, std::string* text) {
+  const auto store = [](void* result, int, char** texts, char**) {
+    if (result != nullptr && texts[0] != nullptr) *static_cast<std::string*>(result) = texts[0];
+    return 0;
+  };
+  return sqlite3_exec(database, query, store, text, nullptr);
+}
+
+int64_t BytesOf(sqlite3* database, int64_t pages) {
+  constexpr int64_t kFrameHeader = 24;
+  std::string pageSize;
+  QueryText(database, "PRAGMA page_size;", &pageSize);
+  return pages * (std::atoi(pageSize.c_str()) + kFrameHeader);
+}
+
+int64_t FileSize(const std::string& path) {
+  struct stat status;
+  return stat(HaldenLib::ResolvePath(path).c_str(), &status) == 0 ? int64_t{status.st_size} : 0;
+}
+
+enum class LogState { Emptied, Held, Broken };
+
+LogState StateAfter(int code) {
+  const int kind = code & 0xFF;
+  if (kind == SQLITE_OK) return LogState::Emptied;
+  return kind == SQLITE_BUSY || kind == SQLITE_LOCKED ? LogState::Held : LogState::Broken;
+}
+
+/// Moves what it can into the file, and cuts the log when that was all of it; a
+/// cut that waited for a reader would keep every writer waiting meanwhile.
+/// `pages` gets the length of the log, -1 when another connection is at it.
+LogState EmptyLog(sqlite3* database, int* pages) {
+  int moved = 0;
+  const int code = sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, pages, &moved);
+  if (code != SQLITE_OK) return StateAfter(code);
+  if (moved < *pages) return LogState::Held;
+  return StateAfter(sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr));
+}
+
+/// The file system on which the mode did not work, so that it is not tried again.
+std::atomic<dev_t>& DeviceWithoutLog() {
+  static std::atomic<dev_t> device{0};
+  return device;
+}
+
+void RemoveDatabase(const std::string& path) {
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) unlink(HaldenLib::ResolvePath(path + suffix).c_str());
+}
+
+bool LogWorksIn(const std::string& path) {
+  const Database probe = OpenDatabase(path, Access::ReadWrite, WhenMissing::Report, nullptr);
+  std::string mode;
+  return probe != nullptr &&
+         QueryText(probe.get(), "PRAGMA synchronous=OFF; PRAGMA journal_mode=WAL;", &mode) == SQLITE_OK &&
+         mode == "wal" && QueryText(probe.get(), "CREATE TABLE Probe(Value);", nullptr) == SQLITE_OK;
+}
+
+/// Tries the mode on an empty database beside `path`. A store that was switched
+/// where the mode cannot work could be read by nobody.
+bool LogWorksBeside(const std::string& path) {
+  std::string realName = HaldenLib::ResolvePath(path) + "-probe-XXXXXX";
+  const int file = mkostemp(realName.data(), O_CLOEXEC);
+  if (file < 0) return false;
+  close(file);
+  const std::string probe = path + realName.substr(HaldenLib::ResolvePath(path).size());
+  const bool works = LogWorksIn(probe);
+  RemoveDatabase(probe);
+  return works;
+}
+
+bool HasStoreTable(sqlite3* database) {
+  return sqlite3_table_column_metadata(database, "main", kConfigTable, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                       nullptr) == SQLITE_OK;
+}
+
+}  // namespace
+
+void WatchLog(sqlite3* database, int* pages) {
+  sqlite3_wal_hook(database, NoteLogLength, pages);
+}
+
+void EnsureWriteAheadLog(sqlite3* database, const std::string& path) {
+  std::string mode;
+  FileIdentity file;
+  if (QueryText(database, "PRAGMA journal_mode;", &mode) != SQLITE_OK || mode == "wal") return;
+  if (sqlite3_db_readonly(database, "main") != 0 || !HasStoreTable(database)) return;  // nothing foreign is changed
+  if (IdentifyFile(path, &file) != SQLITE_OK || file.device == DeviceWithoutLog()) return;
+  if (LogWorksBeside(path)) {
+    QueryText(database, "PRAGMA journal_mode=WAL;", &mode);  // a busy file is left to the next connection
+    return;
+  }
+  DeviceWithoutLog() = file.device;
+  HaldenLib::LogLine(HaldenLib::LOG_LEVEL_WARNING, "No write-ahead log is possible beside %s; it keeps its journal",
+                     path.c_str());
+}
+
+void TrimLog(sqlite3* database, int pages) {
+  constexpr int64_t kLargestFrame = 65536 + 24;
+  if (pages * kLargestFrame > kTrimAbove && BytesOf(database, pages) > kTrimAbove) EmptyLog(database, &pages);
+}
+
+bool MakeRoomInLog(sqlite3* database, const std::string& path, int timeoutMs) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kPause(20);
+  if (FileSize(path + "-wal") <= kRefuseAbove) return true;
+  const Clock::time_point end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  for (;;) {
+    int pages = -1;
+    // A failure other than a held log shows in the write itself.
+    if (EmptyLog(database, &pages) != LogState::Held) return true;
+    const bool isLong = pages < 0 || BytesOf(database, pages) > kRefuseAbove;  // the file may be longer than its log
+    if (!isLong) return true;
+    if (Clock::now() >= end) return false;
+    std::this_thread::sleep_for(kPause);
+  }
+}
+
+}  // namespace DBStore

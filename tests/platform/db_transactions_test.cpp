@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "platform/test_database.h"
+
+using namespace DBStore;
+
+namespace {
+
+using Connection = TestDatabase::Connection;
+
+// Steps, one character each: b begin, c commit, x cancel, B and C and R the
+// statements BEGIN IMMEDIATE, COMMIT and ROLLBACK; f fills the disk (the write
+// fails), g gives room again; a digit writes a row of that name. `results` has
+// the step's result; a write has '.' for 0 and '!' for 1.
+struct StepCase {
+  const char* name;
+  const char* steps;
+  const char* results;
+  const char* stored;  // what another connection finds at the end
+};
+
+const StepCase kStepCases[] = {
+    {"Commit", "b1c", "0.0", "1"},
+    {"Cancel", "b1x", "0.0", "-"},
+    {"NestedCommits", "b1b2b3ccc", "0.0.0.000", "1 2 3"},
+    {"InnerCancelled", "b1b2x3c", "0.0.0.0", "1 3"},
+    {"OuterCancelsCommittedInner", "b1b2cx", "0.0.00", "-"},
+    {"InnerTwice", "b1b2xb3cc", "0.0.00.00", "1 3"},
+    {"NothingToEnd", "cx1", "12.", "1"},
+    {"EndedOnce", "b1ccx2", "0.012.", "1 2"},
+    {"FailedStatementKeepsTheTransaction", "b11c", "0.!0", "1"},
+    {"FullDisk", "b1f2bcxx3", "0.!!1102.", "3"},
+    {"FullDiskInNested", "b1b2f3xgx4", "0.0.!!0g0.", "4"},
+    {"FullDiskAutocommit", "1fg2", ".!g.", "1 2"},
+    {"Texts", "B1C2", "0.0.", "1 2"},
+    {"TextRollback", "B1R2", "0.0.", "2"},
+    {"TextInTransaction", "b1Bc", "0.10", "1"},
+    {"TextWithoutTransaction", "CR1", "11.", "1"},
+    {"LevelsInText", "B1b2x3C", "0.0.0.0", "1 3"},
+    {"TextEndedByCancel", "B1x2", "0.0.", "2"},
+    {"TextEndedByCommit", "B1c2", "0.0.", "1 2"},
+    {"TextRollbackUnderALevel", "b1R2bcxR3", "0.0!1101.", "3"},
+    {"TextCommitUnderALevel", "b1C2x3", "0.0!0.", "1 3"},
+    {"FullDiskInText", "B1fg2BCR3", "0.!g!110.", "3"},
+    {"FullDiskInTextThenCancel", "B1fg2x3", "0.!g!0.", "3"},
+};
+
+class Transactions : public testing::TestWithParam<StepCase> {
+ protected:
+  int Fill() {
+    host_.Run(connection_, "PRAGMA max_page_count=1");
+    return host_.Put(connection_, "full", std::string(100000, 'x'));
+  }
+
+  char Step(char step) {
+    const auto digit = [](int result) { return static_cast<char>('0' + result); };
+    const auto mark = [](int result) { return result == 0 ? '.' : '!'; };
+    switch (step) {
+      case 'b':
+        return digit(BeginTransaction(connection_));
+      case 'c':
+        return digit(CommitTransaction(connection_));
+      case 'x':
+        return digit(CancelTransaction(connection_));
+      case 'B':
+        return digit(host_.Run(connection_, "BEGIN IMMEDIATE;"));
+      case 'C':
+        return digit(host_.Run(connection_, "COMMIT;"));
+      case 'R':
+        return digit(host_.Run(connection_, "ROLLBACK;"));
+      case 'f':
+        return mark(Fill());
+      case 'g':
+        host_.Run(connection_, "PRAGMA max_page_count=100000");
+        return 'g';
+      default:
+        return mark(host_.Put(connection_, std::string(1, step)));
+    }
+  }
+
+  const TestDatabase host_;
+  const Connection connection_ = TestDatabase::Connect();
+};
+
+TEST_P(Transactions, KeepCountOfTheirLevels) {
+  std::string results;
+  for (const char* step = GetParam().steps; *step != '\0'; ++step) results += Step(*step);
+  EXPECT_EQ(GetParam().results, results);
+  EXPECT_EQ(GetParam().stored, host_.StoredKeys());
+  EXPECT_EQ(2, CancelTransaction(connection_)) << "nothing is left open";
+}
+
+INSTANTIATE_TEST_SUITE_P(Steps, Transactions, testing::ValuesIn(kStepCases),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(Transaction, IsUndoneWithItsConnection) {
+  const TestDatabase host;
+  {
+    const Connection connection = host.Connect();
+    ASSERT_EQ(0, BeginTransaction(connection));
+    ASSERT_EQ(0, host.Put(connection, "k"));
+  }
+  EXPECT_EQ("-", host.StoredKeys());
+}
+
+TEST(Transaction, LeavesTheFailureOnRecordWhenItIsCancelled) {
+  const TestDatabase host;
+  const Connection connection = host.Connect();
+  ASSERT_EQ(0, BeginTransaction(connection));
+  ASSERT_EQ(1, host.Run(connection, "SELECT no FROM KVTable"));
+  ASSERT_EQ(0, CancelTransaction(connection));
+  EXPECT_EQ(SQLITE_ERROR, LastFailure().code);
+}
+
+TEST(TwoConnections, WriteOneAfterTheOtherAndReadBesideEachOther) {
+  const TestDatabase host;
+  const Connection writer = host.Connect();
+  const Connection other = host.Connect();
+  ASSERT_EQ(0, BeginTransaction(writer));
+  ASSERT_EQ(0, host.Put(writer, "first"));
+  EXPECT_EQ("-", host.Keys(other));
+  EXPECT_EQ(1, host.Put(other, "second"));
+  EXPECT_EQ(SQLITE_BUSY, LastFailure().code & 0xFF);
+  EXPECT_EQ(1, host.Run(other, "BEGIN IMMEDIATE;"));
+  ASSERT_EQ(0, CommitTransaction(writer));
+  EXPECT_EQ(0, host.Put(other, "second"));
+  EXPECT_EQ("first second", host.StoredKeys());
+}
+
+// In a forked child the parent's connection is used, and reports by number what is wrong.
+TEST(ForkedChild, WorksOnAConnectionOfItsOwn) {
+  const TestDatabase host;
+  const Connection connection = host.Connect();
+  ASSERT_EQ(0, host.Put(connection, "p1"));
+  for (const char* key : {"c1", "c2"}) {
+    EXPECT_EQ(0, InChild([&] { return host.Put(connection, key); }));
+    EXPECT_EQ(0, host.Put(connection, std::string("after_") + key));
+  }
+  EXPECT_EQ(0, InChild([&] { return InChild([&] { return host.Put(connection, "grandchild"); }); }));
+  EXPECT_EQ("p1 c1 after_c1 c2 after_c2 grandchild", host.StoredKeys());
+}
+
+TEST(ForkedChild, RefusesAnInheritedTransactionUntilItIsCancelled) {
+  const TestDatabase host;
+  const Connection connection = host.Connect();
+  for (const bool nested : {false, true}) {
+    ASSERT_EQ(0, BeginTransaction(connection));
+    ASSERT_EQ(0, nested ? BeginTransaction(connection) : 0);
+    ASSERT_EQ(0, host.Put(connection, nested ? "p2" : "p1"));
+    EXPECT_EQ(0, InChild([&] {
+                if (host.Put(connection, "lost") != 1) return 1;
+                if (BeginTransaction(connection) != 1 || CommitTransaction(connection) != 1) return 2;
+                if (CancelTransaction(connection) != 0) return 3;
+                if (nested && (host.Put(connection, "lost") != 1 || CancelTransaction(connection) != 0)) return 4;
+                if (CancelTransaction(connection) != 2) return 5;
+                if (host.Run(connection, "SELECT 1") != 0) return 6;
+                return host.Put(connection, "busy") == 1 ? 0 : 7;  // the parent still writes
+              }));
+    ASSERT_EQ(0, nested ? CommitTransaction(connection) : 0);
+    ASSERT_EQ(0, CommitTransaction(connection));
+  }
+  EXPECT_EQ("p1 p2", host.StoredKeys());
+}
+
+// SQLite counts locks per process: without records of its own the child would
+// hold none, and the parent would delete the log that the child writes to.
+TEST(ForkedChild, KeepsItsLogWhenTheParentCloses) {
+  const TestDatabase host;
+  Connection connection = host.Connect();
+  ASSERT_EQ(0, BeginTransaction(connection));
+  ASSERT_EQ(0, host.Put(connection, "parent"));
+  int ready[2], go[2];
+  ASSERT_TRUE(pipe(ready) == 0 && pipe(go) == 0);
+  char byte = 0;
+  const pid_t child = fork();
+  if (child == 0) {
+    const Connection own = host.Connect();
+    const bool isReady = host.Query(own, "SELECT count(*) FROM KVTable") == "0" && write(ready[1], &byte, 1) == 1;
+    _exit(isReady && read(go[0], &byte, 1) == 1 && host.Put(own, "child") == 0 ? 0 : 1);
+  }
+  ASSERT_EQ(1, read(ready[0], &byte, 1));
+  ASSERT_EQ(0, CommitTransaction(connection));
+  connection.reset();
+  ASSERT_EQ(1, write(go[1], &byte, 1));
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+  for (const int end : {ready[0], ready[1], go[0], go[1]}) close(end);
+  EXPECT_EQ("parent child", host.StoredKeys());
+}
+
+}  // namespace
