@@ -1,0 +1,258 @@
+#include "configstore/logging.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/single_threaded.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <regex>
+#include <stdexcept>
+#include <thread>
+
+#include "support/log_capture.h"
+
+namespace fs = std::filesystem;
+
+namespace CSLogger {
+namespace {
+
+/// A host where nothing is logged yet.
+class Logging : public testing::Test {
+ protected:
+  ~Logging() override { LogExit(); }
+
+  /// Logs one line at each priority and says which of them `file` has taken.
+  std::string Taken(const std::string& file) {
+    for (int i = 0; i < 4; ++i) Log(static_cast<log_priority>(i), "at <%d>", i);
+    std::string taken;
+    for (int i = 0; i < 4; ++i) {
+      if (root_.Read(file).find("<" + std::to_string(i) + ">") != std::string::npos) taken += std::to_string(i);
+    }
+    return taken;
+  }
+
+  TempRoot root_;
+};
+
+TEST_F(Logging, APrefixNamesProcessAndThread) {
+  const LogCapture log(root_);
+  const unsigned long here = __libc_single_threaded ? 1 : pthread_self();
+  Log(LOG_PRIORITY_INFO, "a");
+  unsigned long there = 0;
+  std::thread([&there] {
+    Log(LOG_PRIORITY_INFO, "b");
+    there = pthread_self();
+  }).join();
+
+  const std::string process = "[ConfigStore:" + std::to_string(getpid()) + ":";
+  const std::vector<std::string> expected = {process + std::to_string(here) + ":] a",
+                                             process + std::to_string(there) + ":] b"};
+  EXPECT_EQ(expected, log.RawLines());
+}
+
+struct LineCase {
+  const char* name;
+  void (*write)();
+  const char* line;
+};
+
+const LineCase kLineCases[] = {
+    {"Arguments", [] { Log(LOG_PRIORITY_TRACE, "%s has %d", "x", 3); }, "x has 3"},
+    {"TagIsNoFormat",
+     [] {
+       std::string name = "50%s";
+       DBLog(name, LOG_PRIORITY_INFO, " of %d%%", 7);
+     },
+     "50%s of 7%"},
+    {"ErrorCode", [] { LogErrCode(LOG_PRIORITY_WARNING, OrvoConfigStore::CS_FILTER_EMPTY, "GetInstances"); },
+     "[1041]GetInstances: FilterSpec object is empty"},
+    {"FormatsNewline", [] { Log(LOG_PRIORITY_INFO, "end\n"); }, "end"},
+    {"OnlyOneNewline", [] { Log(LOG_PRIORITY_INFO, "end\n\n"); }, "end?"},
+    {"ArgumentsNewline", [] { Log(LOG_PRIORITY_INFO, "%s", "a\nb\n"); }, "a?b?"},
+    {"ControlBytes", [] { Log(LOG_PRIORITY_INFO, "%s%c.", "\x1b[1m\t\r\x7f", '\0'); }, "?[1m????."},
+    {"Utf8Stays", [] { Log(LOG_PRIORITY_INFO, "%s", "\xC3\xBC\xE2\x82\xAC"); }, "\xC3\xBC\xE2\x82\xAC"},
+    {"Nothing", [] { Log(LOG_PRIORITY_INFO, "%s", ""); }, ""},
+};
+
+TEST_F(Logging, ALineShowsWhatIsLogged) {
+  for (const LineCase& row : kLineCases) {
+    const LogCapture log(root_);
+    row.write();
+    EXPECT_EQ(std::vector<std::string>{row.line}, log.Lines()) << row.name;
+  }
+}
+
+TEST_F(Logging, ACodeWithoutAMessageThrowsEvenUnlogged) {
+  EXPECT_THROW(LogErrCode(LOG_PRIORITY_TRACE, OrvoConfigStore::CS_GENERAL), std::out_of_range);
+}
+
+TEST_F(Logging, APreferenceBoundsTheLevel) {
+  const struct {
+    const char* preferences;
+    const char* taken;
+  } kCases[] = {
+      {"", "0123"},
+      {"log.logMinLevel=130", "0123"},
+      {"# log.logMinLevel=110\n log.logMinLevel = 125 \n", "012"},
+      {"log.logMinLevel=115", "01"},
+      {"log.logMinLevel=110", "0"},
+      {"log.logMinLevel=109", ""},
+      {"log.logMinLevel=11x", "0123"},
+      {"log.logMinLevel=", "0123"},
+  };
+  for (const auto& row : kCases) {
+    root_.Write("/etc/halden/preferences", row.preferences);
+    fs::remove_all(root_.Resolve("/tmp"));
+    LogInit("cs");
+    EXPECT_EQ(row.taken, Taken("/tmp/cs.log")) << row.preferences;
+    for (int i = 0; i < 4; ++i) {
+      const bool taken = std::string(row.taken).find(std::to_string(i)) != std::string::npos;
+      EXPECT_EQ(taken, WouldLog(static_cast<log_priority>(i))) << row.preferences;
+    }
+    LogExit();
+  }
+}
+
+TEST_F(Logging, AnAddedFileNeedsNoServiceAndTakesTheSevere) {
+  EXPECT_EQ("", Taken("/tmp/boot.log"));
+  void* const boot = AddFileLogger("boot");
+  ASSERT_NE(nullptr, boot);
+  EXPECT_EQ("01", Taken("/tmp/boot.log"));
+  LogInit("cs");
+  EXPECT_EQ("0123", Taken("/tmp/cs.log"));
+  EXPECT_EQ("01", Taken("/tmp/boot.log"));
+
+  RemoveFileLogger(boot);
+  RemoveFileLogger(nullptr);
+  const std::string bootLog = root_.Read("/tmp/boot.log"), log = root_.Read("/tmp/cs.log");
+  Log(LOG_PRIORITY_ERROR, "last");
+  EXPECT_EQ(bootLog, root_.Read("/tmp/boot.log"));
+  EXPECT_LT(log.size(), root_.Read("/tmp/cs.log").size());
+
+  LogExit();
+  EXPECT_FALSE(WouldLog(LOG_PRIORITY_ERROR));
+}
+
+TEST_F(Logging, ALaterInitReplacesTheOutput) {
+  root_.Write("/tmp/b.log", "kept\n");
+  LogInit("a");
+  LogInit("b");
+  EXPECT_EQ("", Taken("/tmp/a.log"));
+  EXPECT_EQ("0123", Taken("/tmp/b.log"));
+  EXPECT_EQ(0u, root_.Read("/tmp/b.log").find("kept\n[ConfigStore:"));
+}
+
+TEST_F(Logging, WithoutANameSyslogTakesAll) {
+  LogInit("");
+  EXPECT_EQ("0123", Taken("/var/log/syslog"));
+  EXPECT_FALSE(fs::exists(root_.Resolve("/tmp")));
+}
+
+TEST_F(Logging, RefusesANameThatIsAPath) {
+  for (const std::string& name : {std::string("a/b"), std::string("../x"), std::string("/"), std::string("a\0b", 3)}) {
+    EXPECT_EQ(nullptr, AddFileLogger(name)) << name;
+    const size_t lines = root_.Syslog().size();
+    LogInit(name);
+    EXPECT_EQ(lines + 1, root_.Syslog().size()) << name;
+    EXPECT_FALSE(WouldLog(LOG_PRIORITY_ERROR)) << name;
+  }
+  EXPECT_EQ(nullptr, AddFileLogger(""));
+  EXPECT_FALSE(fs::exists(root_.Resolve("/tmp")));
+}
+
+TEST_F(Logging, WritesOnlyIntoAFileOfItsOwn) {
+  const std::string log = root_.Resolve("/tmp/cs.log"), other = root_.Write("/etc/other", "as it was");
+  int reader = -1;
+  const struct {
+    const char* name;
+    std::function<void()> make;
+  } kCases[] = {
+      {"link", [&] { fs::create_symlink(other, log); }},
+      {"second name", [&] { fs::create_hard_link(other, log); }},
+      {"directory", [&] { fs::create_directory(log); }},
+      {"pipe", [&] { mkfifo(log.c_str(), 0600); }},
+      {"pipe with a reader",
+       [&] {
+         mkfifo(log.c_str(), 0600);
+         reader = open(log.c_str(), O_RDONLY | O_NONBLOCK);
+       }},
+  };
+  for (const auto& row : kCases) {
+    fs::remove_all(root_.Resolve("/tmp"));
+    fs::create_directory(root_.Resolve("/tmp"));
+    row.make();
+    EXPECT_EQ(nullptr, AddFileLogger("cs")) << row.name;
+    ASSERT_FALSE(root_.Syslog().empty()) << row.name;
+    EXPECT_TRUE(std::regex_match(root_.Syslog().back(), std::regex("\\[ConfigStore:.*:\\] Failed adding log file\\.")));
+    LogInit("cs");
+    EXPECT_FALSE(WouldLog(LOG_PRIORITY_ERROR)) << row.name;
+  }
+  close(reader);
+  EXPECT_EQ("as it was", root_.Read("/etc/other"));
+
+  LogInit("own");
+  struct stat made = {};
+  ASSERT_EQ(0, stat(root_.Resolve("/tmp/own.log").c_str(), &made));
+  EXPECT_EQ(0600u, made.st_mode & 0777u);
+}
+
+TEST_F(Logging, LinesOfManyThreadsNeverMix) {
+  constexpr int kThreads = 4, kLines = 200;
+  const LogCapture log(root_);
+  std::atomic<bool> done{false};
+  std::thread changer([&done] {
+    while (!done) RemoveFileLogger(AddFileLogger("extra"));
+  });
+  std::vector<std::thread> writers;
+  for (int i = 0; i < kThreads; ++i) {
+    writers.emplace_back([i] {
+      const std::string text(300 + 50 * i, static_cast<char>('a' + i));
+      for (int line = 0; line < kLines; ++line) Log(LOG_PRIORITY_ERROR, "<%s>", text.c_str());
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  done = true;
+  changer.join();
+
+  const std::regex whole("<(a{300}|b{350}|c{400}|d{450})>");
+  const std::vector<std::string> lines = log.Lines();
+  EXPECT_EQ(size_t{kThreads * kLines}, lines.size());
+  for (const std::string& line : lines) ASSERT_TRUE(std::regex_match(line, whole)) << line;
+}
+
+TEST_F(Logging, AChildForkedWhileAnotherThreadLogsGoesOnLogging) {
+  constexpr int kChildren = 50;
+  const LogCapture log(root_);
+  std::atomic<bool> done{false};
+  std::thread writer([&done] {
+    while (!done) Log(LOG_PRIORITY_INFO, "parent");
+  });
+  for (int i = 0; i < kChildren; ++i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(30);  // a child that hangs ends with a signal
+      Log(LOG_PRIORITY_INFO, "child");
+      LogExit();
+      _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(0, status);
+    if (status != 0) break;
+  }
+  done = true;
+  writer.join();
+
+  const std::vector<std::string> lines = log.Lines();
+  EXPECT_EQ(kChildren, std::count(lines.begin(), lines.end(), "child"));
+}
+
+}  // namespace
+}  // namespace CSLogger
