@@ -1,0 +1,247 @@
+#include "configstore/config_store_object.h"
+
+#include <utility>
+
+#include "configstore/errors.h"
+#include "configstore/filter_spec.h"
+#include "configstore/logging.h"
+#include "objects/json_access.h"
+#include "platform/schema_store.h"
+
+namespace OrvoConfigStore {
+namespace {
+
+void LogCall(const char* operation, const SubObjectId& sid) {
+  if (!CSLogger::WouldLog(CSLogger::LOG_PRIORITY_TRACE)) return;
+  CSLogger::Log(CSLogger::LOG_PRIORITY_TRACE, "%s invoked for: %s", operation, sid.toString().c_str());
+}
+
+void LogMissing(CSLogger::log_priority priority, const char* operation, const std::string& key) {
+  CSLogger::Log(priority, "%s: Could not find key: %s", operation, key.c_str());
+}
+
+[[noreturn]] void Throw(const std::string& message) { throw ConfigStoreException(CS_GENERAL, message.c_str()); }
+
+std::shared_ptr<JsonDoc> StepInto(const JsonDoc& doc, JsonNode step) {
+  std::vector<JsonNode> path = doc.path;
+  path.push_back(std::move(step));
+  return std::make_shared<JsonDoc>(doc.document, doc.allocator, std::move(path));
+}
+
+}  // namespace
+
+ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id) : WritableObject(id), fromSchema_(true) {
+  const auto schema = OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key);
+  if (schema != nullptr) version_ = schema->GetVersion();
+  TakeIdMapAndDefaults(schema);
+  SetInstanceIdFromCsoId();
+}
+
+ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id, const std::shared_ptr<JsonDoc>& data,
+                                     const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema,
+                                     const std::string& version, const std::string& creationTime,
+                                     const std::string& modifiedTime, bool fromSchema,
+                                     const std::shared_ptr<JsonDoc>& idMap, const std::shared_ptr<JsonDoc>& defaults)
+    : WritableObject(id, data),
+      fromSchema_(fromSchema),
+      version_(version),
+      creationTime_(creationTime),
+      modifiedTime_(modifiedTime) {
+  if (fromSchema) {
+    TakeIdMapAndDefaults(schema != nullptr ? schema
+                                           : OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(
+                                                 id.component, id.group, id.key));
+  } else {
+    idMap_ = idMap;
+    TakeDefaults(defaults);
+  }
+  SetInstanceIdFromCsoId();
+}
+
+ConfigStoreObject::~ConfigStoreObject() = default;
+
+void ConfigStoreObject::TakeIdMapAndDefaults(const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema) {
+  if (schema == nullptr) {
+    CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Schema object not found for key: %s", id_.key.c_str());
+    CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Schema object is null.");
+    return;
+  }
+  idMap_ = DocOver(schema->GetIdMap());
+  TakeDefaults(DocOver(schema->GetDefaults()));
+}
+
+void ConfigStoreObject::TakeDefaults(const std::shared_ptr<JsonDoc>& parent) {
+  if (parent == nullptr) return;
+  const JsonValue& values = *parent->GetJsonValuePtr();
+  const JsonValue* own = values.IsObject() ? FindValue(values, id_.key) : nullptr;
+  if (own != nullptr && own->IsObject()) defaults_ = StepInto(*parent, {id_.key, "", ""});
+}
+
+const JsonValue* ConfigStoreObject::GetValuePtrDefault(const char* key, bool& isDefault) const {
+  isDefault = false;
+  const JsonValue* own = GetValuePtr(key);
+  if (own != nullptr || defaults_ == nullptr) return own;
+  const JsonValue* fallback = FindValue(std::as_const(*defaults_->GetJsonValuePtr()), key);
+  if (fallback == nullptr || fallback->IsNull()) return nullptr;
+  isDefault = true;
+  return fallback;
+}
+
+std::string ConfigStoreObject::GetVersion() const { return version_; }
+std::string ConfigStoreObject::GetCreationTime() const { return creationTime_; }
+std::string ConfigStoreObject::GetModifiedTime() const { return modifiedTime_; }
+std::shared_ptr<JsonDoc> ConfigStoreObject::GetIdMap() const { return idMap_; }
+
+std::string ConfigStoreObject::GetIdMapStr() const {
+  std::string text = "{}";
+  if (idMap_ != nullptr) SerializeValue(*idMap_->GetJsonValuePtr(), text);
+  return text;
+}
+
+std::string ConfigStoreObject::GetData() const {
+  const JsonValue& data = *std::as_const(*doc_).GetJsonValuePtr();
+  std::string text;
+  if (!data.IsObject() || FindValue(data, kGeneratedId) == nullptr) {
+    SerializeValue(data, text);
+    return text;
+  }
+  const std::shared_ptr<JsonStorage> scratch = CopyToStorage(data);
+  while (scratch->document.EraseMember(kGeneratedId)) {
+  }
+  SerializeValue(scratch->document, text);
+  return text;
+}
+
+void ConfigStoreObject::SetValueEx(const char* key, const void* value) {
+  const JsonValue& wanted = *static_cast<const JsonValue*>(value);
+  GetValuePtr(key);  // refuses an empty key
+  JsonValue& object = *doc_->GetJsonValuePtr();
+  const JsonValue* existing = FindValue(object, key);
+  if (existing != nullptr && *existing == wanted) return;
+  // Copied before anything is removed: `value` may lie in this very object.
+  JsonValue copy(wanted, *doc_->allocator);
+  object.EraseMember(key);
+  object.AddMember(TextValue(key, *doc_->allocator), copy, *doc_->allocator);
+}
+
+void ConfigStoreObject::SetInstanceIdFromCsoId() {
+  const char* idKey = IdKeyOf(id_.key);
+  if (idKey != nullptr) SetValue(idKey, id_.instanceId);
+}
+
+const char* ConfigStoreObject::IdKeyOf(const std::string& key) const {
+  if (idMap_ == nullptr) return nullptr;
+  const JsonValue* idKey = FindValue(std::as_const(*idMap_->GetJsonValuePtr()), key);
+  return idKey == nullptr ? nullptr : idKey->GetString();
+}
+
+std::shared_ptr<ConfigStoreObject> ConfigStoreObject::MakeSubObjectPtr(const SubObjectId& sid,
+                                                                       const std::string& instanceId,
+                                                                       const std::string& idKeyName) const {
+  const ConfigStoreObjectId id(sid.key, id_.group, id_.component, instanceId);
+  return std::make_shared<ConfigStoreObject>(id, StepInto(*doc_, {sid.key, idKeyName, instanceId}), nullptr, version_,
+                                             creationTime_, modifiedTime_, false, idMap_, defaults_);
+}
+
+std::shared_ptr<ConfigStoreObject> ConfigStoreObject::GetSubObject(const SubObjectId& sid) const {
+  LogCall("GetSubObject", sid);
+  const JsonValue* member = GetValuePtr(sid.key.c_str());
+  if (member == nullptr) {
+    LogMissing(CSLogger::LOG_PRIORITY_TRACE, "GetSubObject", sid.key);
+    return nullptr;
+  }
+  if (const char* idKey = IdKeyOf(sid.key)) {
+    if (sid.instanceId.empty()) Throw("Non-Singleton object should contain instanceId: " + sid.toString());
+    if (FindInstanceIndex(*member, idKey, sid.instanceId) < 0) return nullptr;
+    return MakeSubObjectPtr(sid, sid.instanceId, idKey);
+  }
+  if (!member->IsObject()) {
+    throw InvalidArgumentException(CS_GENERAL, ("Not a singleton SubObject: " + sid.toString()).c_str());
+  }
+  if (!sid.instanceId.empty()) Throw("Singleton object should not contain instanceId: " + sid.toString());
+  return MakeSubObjectPtr(sid, "", "");
+}
+
+std::shared_ptr<ConfigStoreObject> ConfigStoreObject::CreateSubObject(const SubObjectId& sid) {
+  LogCall("CreateSubObject", sid);
+  if (doc_->path.size() + 1 >= kMaxJsonDepth) Throw("Objects cannot be nested deeper than 512 levels.");
+  const JsonValue* member = GetValuePtr(sid.key.c_str());
+  JsonAllocator& allocator = *doc_->allocator;
+  const char* idKey = IdKeyOf(sid.key);
+  if (idKey == nullptr) {
+    if (member != nullptr) Throw("Object already exists.");
+    PlaceMember(sid.key, rapidjson::kObjectType);
+    return MakeSubObjectPtr(sid, "", "");
+  }
+  if (sid.instanceId.empty()) Throw("Non-Singleton object should contain instanceId");
+  if (member != nullptr && FindInstanceIndex(*member, idKey, sid.instanceId) >= 0) Throw("Object already exists.");
+  JsonValue& elements = member == nullptr ? PlaceMember(sid.key, rapidjson::kArrayType)
+                                          : *FindValue(*doc_->GetJsonValuePtr(), sid.key);
+  JsonValue element(rapidjson::kObjectType);
+  element.AddMember(TextValue(idKey, allocator), TextValue(sid.instanceId, allocator), allocator);
+  elements.PushBack(element, allocator);
+  return MakeSubObjectPtr(sid, sid.instanceId, idKey);
+}
+
+JsonValue& ConfigStoreObject::PlaceMember(const std::string& key, int type) {
+  JsonValue& object = *doc_->GetJsonValuePtr();
+  JsonValue empty(static_cast<rapidjson::Type>(type));
+  if (JsonValue* null = FindValue(object, key)) return *null = empty;
+  object.AddMember(TextValue(key, *doc_->allocator), empty, *doc_->allocator);
+  return (object.MemberEnd() - 1)->value;
+}
+
+void ConfigStoreObject::DeleteSubObject(const SubObjectId& sid) {
+  LogCall("DeleteSubObject", sid);
+  if (GetValuePtr(sid.key.c_str()) == nullptr) {
+    LogMissing(CSLogger::LOG_PRIORITY_WARNING, "DeleteSubObject", sid.key);
+    return;
+  }
+  JsonValue& object = *doc_->GetJsonValuePtr();
+  if (const char* idKey = IdKeyOf(sid.key)) {
+    JsonValue& elements = *FindValue(object, sid.key);
+    const int index = FindInstanceIndex(elements, idKey, sid.instanceId);
+    if (index < 0) return;
+    elements.Erase(elements.Begin() + index);
+    if (!elements.Empty()) return;
+  }
+  object.EraseMember(sid.key.c_str());
+}
+
+std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreObject::GetSubObjectInstances(
+    const std::shared_ptr<FilterSpecObject>& filter) const {
+  std::vector<std::shared_ptr<ConfigStoreObject>> instances;
+  if (filter == nullptr) {
+    CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "%s called with no filter spec object", "GetSubObjectInstances");
+    return instances;
+  }
+  const SubObjectId sid(filter->GetId().key, filter->GetId().instanceId);
+  LogCall("GetSubObjectInstances", sid);
+  const char* idKey = IdKeyOf(sid.key);
+  if (idKey == nullptr) Throw("Not a non-singleton object:  " + sid.toString());
+  const JsonValue* elements = GetValuePtr(sid.key.c_str());
+  if (elements == nullptr) {
+    LogMissing(CSLogger::LOG_PRIORITY_TRACE, "GetSubObjectInstances", sid.key);
+    return instances;
+  }
+  for (const JsonValue& element : elements->GetArray()) {
+    const JsonValue* identifier = FindValue(element, idKey);
+    if (identifier == nullptr || !identifier->IsString()) {
+      ThrowException<ConfigStoreException>(CS_KEY_VALUE_INVALID, idKey);
+    }
+    instances.push_back(MakeSubObjectPtr(sid, std::string(TextOf(*identifier)), idKey));
+  }
+  return FilterConfigStoreObjects(instances, filter);
+}
+
+void ConfigStoreObject::DeleteSubObjectInstances(const std::shared_ptr<FilterSpecObject>& filter) {
+  if (filter == nullptr) {
+    CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "%s called with no filter spec object", "DeleteSubObjectInstances");
+    return;
+  }
+  for (const auto& instance : GetSubObjectInstances(filter)) {
+    DeleteSubObject(SubObjectId(filter->GetId().key, instance->GetId().instanceId));
+  }
+}
+
+}  // namespace OrvoConfigStore

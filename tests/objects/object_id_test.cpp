@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <unordered_map>
+
+#include "support/test_store.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+// The values were computed apart from this code; ids are hashed across releases.
+struct HashCase {
+  ConfigStoreObjectId id;
+  uint64_t hash;
+};
+
+const HashCase kHashCases[] = {
+    {{"", "", ""}, 0x12e45bc31e44e70},
+    {{"a", "", ""}, 0x60e08c811198a0ee},
+    {{"", "a", ""}, 0x6ba00b305ea6398e},
+    {{"stack_settings", "ipstack", "netd"}, 0xf373ebf737d88c79},
+    {{"user_account", "local", "accessd", "i1"}, 0x26371711af4270d9},
+    {{"k\xc3\xa9", "g", "c"}, 0x8fb83f75a7e5286b},
+};
+
+TEST(ObjectId, HashesAreFixed) {
+  for (const HashCase& test : kHashCases) EXPECT_EQ(test.hash, hashCsoId(test.id)) << test.id.toString();
+}
+
+TEST(ObjectId, PrintsComponentFirstAndTheInstanceOnlyWhenNamed) {
+  EXPECT_EQ("component c group g key k", ConfigStoreObjectId("k", "g", "c").toString());
+  EXPECT_EQ("component c group g key k instanceId i1", ConfigStoreObjectId("k", "g", "c", "i1").toString());
+  EXPECT_EQ(" key k", SubObjectId("k").toString());
+  EXPECT_EQ(" key k instanceId i", SubObjectId("k", "i").toString());
+}
+
+TEST(ObjectId, EveryPartTellsTwoIdsApart) {
+  std::unordered_map<ConfigStoreObjectId, int> ids;
+  for (const ConfigStoreObjectId& id : {ConfigStoreObjectId("a", "b", "c"), ConfigStoreObjectId("a", "b", "c", "x"),
+                                        ConfigStoreObjectId("x", "b", "c"), ConfigStoreObjectId("a", "x", "c"),
+                                        ConfigStoreObjectId("a", "b", "x"), ConfigStoreObjectId("A", "b", "c")}) {
+    ids[id] = 1;
+  }
+  EXPECT_EQ(6u, ids.size());
+  EXPECT_EQ(1u, ids.count(ConfigStoreObjectId("a", "b", "c", "x")));
+}
+
+TEST(ObjectId, AnInstanceIsDemandedAndGeneratedOnesDiffer) {
+  EXPECT_EQ("2000 Non-Singleton object should contain instanceId",
+            Thrown([] { validateInstanceId(ConfigStoreObjectId("k", "g", "c")); }));
+  EXPECT_EQ("", Thrown([] { validateInstanceId(ConfigStoreObjectId("k", "g", "c", "i")); }));
+  std::set<std::string> made;
+  for (int i = 0; i < 1000; ++i) made.insert(GenerateInstanceId());
+  EXPECT_EQ(1000u, made.size());
+}
+
+}  // namespace
