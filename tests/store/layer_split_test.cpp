@@ -1,0 +1,100 @@
+#include "store/layer_split.h"
+
+#include <gtest/gtest.h>
+
+#include "support/test_store.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+std::string Written(const std::shared_ptr<JsonStorage>& part) {
+  std::string text;
+  if (part != nullptr) WriteJson(part->document, text);
+  return part == nullptr ? "-" : text;
+}
+
+// A schema node with one property of each kind, and what becomes of data.
+const char kNode[] = R"({"type":"object","properties":{
+  "id":{"type":"string","instanceId":true},"u":{"type":"string"},
+  "v":{"type":"string","vital":true},"c":{"type":"string","cached":true},
+  "no":{"type":"string","vital":false},
+  "o":{"type":"object","properties":{"u":{"type":"string"},"v":{"type":"string","vital":true}}},
+  "co":{"type":"object","cached":true,"properties":{"u":{"type":"string"}}},
+  "l":{"type":"array","items":{"type":"string"}},
+  "vl":{"type":"array","vital":true,"items":{"type":"string"}},
+  "a":{"type":"array","instanceId":"id","items":{"type":"object","properties":{
+    "id":{"type":"string","instanceId":true},"u":{"type":"string"},"v":{"type":"string","vital":true}}}},
+  "bad":{"type":"object","items":{"type":"object","properties":{}}},
+  "open":{"type":"object"}}})";
+
+struct SplitCase {
+  const char* name;
+  const char* data;
+  const char* user;
+  const char* vital;
+  const char* cached;
+};
+
+const SplitCase kSplitCases[] = {
+    {"EachToItsOwn", R"({"u":"1","v":"2","c":"3"})", R"({"u":"1"})", R"({"v":"2"})", R"({"c":"3"})"},
+    {"IdentifierGoesAlong", R"({"id":"i","u":"1","v":"2"})", R"({"id":"i","u":"1"})", R"({"id":"i","v":"2"})", "-"},
+    {"IdentifierAloneIsUserData", R"({"id":"i"})", R"({"id":"i"})", "-", "-"},
+    {"TheMarkCountsWhateverItsValue", R"({"no":"1"})", "-", R"({"no":"1"})", "-"},
+    {"NestedPartsFollow", R"({"o":{"u":"1","v":"2"}})", R"({"o":{"u":"1"}})", R"({"o":{"v":"2"}})", "-"},
+    {"AMarkedObjectIsWhole", R"({"co":{"u":"1"}})", "-", "-", R"({"co":{"u":"1"}})"},
+    {"ScalarListsAreUserData", R"({"l":["1"],"vl":["2"]})", R"({"l":["1"]})", R"({"vl":["2"]})", "-"},
+    {"EmptyScalarListStays", R"({"l":[]})", R"({"l":[]})", "-", "-"},
+    {"InstancesAreSplit", R"({"a":[{"id":"x","u":"1","v":"2"},{"id":"y","u":"3"}]})",
+     R"({"a":[{"id":"x","u":"1"},{"id":"y","u":"3"}]})", R"({"a":[{"id":"x","v":"2"}]})", "-"},
+    {"AnArrayLeftEmptyIsDropped", R"({"u":"1","a":[{"id":"y","u":"3"}]})", R"({"u":"1","a":[{"id":"y","u":"3"}]})",
+     "-", "-"},
+    {"EmptyArraysAndObjectsAreDropped", R"({"a":[],"o":{},"co":{}})", "-", "-", R"({"co":{}})"},
+    {"NullIsUserData", R"({"u":null,"o":null})", R"({"u":null,"o":null})", "-", "-"},
+    {"Nothing", "{}", "-", "-", "-"},
+};
+
+class LayerSplit : public testing::TestWithParam<SplitCase> {};
+
+TEST_P(LayerSplit, PrunesToEachCategory) {
+  const auto node = CreateDocumentFromString(kNode);
+  const auto data = CreateDocumentFromString(GetParam().data);
+  const auto part = [&](Category category) {
+    return Written(ExtractCategory(*data->GetJsonValuePtr(), *node->GetJsonValuePtr(), category));
+  };
+  EXPECT_EQ(GetParam().user, part(Category::User));
+  EXPECT_EQ(GetParam().vital, part(Category::Vital));
+  EXPECT_EQ(GetParam().cached, part(Category::Cached));
+}
+
+INSTANTIATE_TEST_SUITE_P(Data, LayerSplit, testing::ValuesIn(kSplitCases),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(LayerSplit, UnknownFieldsAndUnusableNodesAreRefused) {
+  const auto node = CreateDocumentFromString(kNode);
+  const auto split = [&](const char* data) {
+    const auto document = CreateDocumentFromString(data);
+    return Thrown([&] { ExtractCategory(*document->GetJsonValuePtr(), *node->GetJsonValuePtr(), Category::User); });
+  };
+  EXPECT_EQ("2000 Invalid field in schema: zz", split(R"({"u":"1","zz":2})"));
+  EXPECT_EQ("2000 Invalid field in schema: zz", split(R"({"a":[{"id":"x","zz":2}]})"));
+  EXPECT_EQ("2000 Schema error:Expected array type", split(R"({"bad":[{}]})"));
+  EXPECT_EQ("2000 Invalid JSON", split(R"({"open":{"x":1}})"));
+}
+
+TEST(LayerSplit, TheContextChoosesTheLayerOfUserData) {
+  TestStore store;
+  const auto object = ConfigStore::CreateObject(kTimeSource, R"({"method":"ntp","drift_ppm":1.5})");
+  const auto schema = store.Schema(kTimeSource);
+  const auto layers = [&](uint32_t context) {
+    const LayerValues values = BuildLayerValues(*object, *schema, context);
+    return values.autoConf + "|" + values.user + "|" + values.vital + "|" + values.cached;
+  };
+  EXPECT_EQ(R"(|{"method":"ntp"}||{"drift_ppm":1.5})", layers(0));
+  EXPECT_EQ(R"({"method":"ntp"}|||{"drift_ppm":1.5})", layers(1));
+  EXPECT_EQ(R"(|||{"drift_ppm":1.5})", layers(7));
+  EXPECT_TRUE(isUserType(*object, *schema));
+  EXPECT_FALSE(isUserType(*ConfigStore::CreateObject(kTimeSource, R"({"drift_ppm":1.5})"), *schema));
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+
+#include "platform/sql_format.h"
+#include "store/statements.h"
+#include "store/writing.h"
+#include "support/test_store.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+constexpr char kFullRow[] =
+    "INSERT INTO Config(Component, ConfigGroup, Name, Version, CreationTime, ModifiedTime, Success, AutoConfValue, "
+    "UserValue, VitalValue, CachedValue, DesiredValue) VALUES ('netd', 'ipstack', 'stack_settings', '0.9', "
+    "'2001-01-01 00:00:00', '2002-02-02 00:00:00', 0, 'A', 'U', 'V', 'C', 'D');";
+
+// Runs one composed write over whatever is stored.
+void Write(TestStore& store, const RowSql& sql, const std::vector<std::string>& values) {
+  const std::string text = FormatSql(sql.Text(), {"", "stack_settings", "ipstack", "netd", "1.0"});
+  const std::vector<int> types(values.size(), DBStore::VALUE_TEXT);
+  ASSERT_EQ(0, DBStore::Execute(store.connection, text, values, types, DBStore::kBusyTimeout));
+}
+
+// What each composed write leaves in a row that was "A U V C D 0" (automatic,
+// user, vital, cached, desired, success), and in a row it creates.
+struct WriteCase {
+  const char* name;
+  const RowSql& sql;
+  std::vector<std::string> values;
+  const char* overStored;
+  const char* onNewRow;
+};
+
+const WriteCase kWriteCases[] = {
+    {"CompleteOwnsAllLayers", CompleteWriteSql(), {"a", "u", "v", "c"}, "a u v c - 1", "a u v c - 1"},
+    {"UserDropsDesiredAndConfirms", LayerWriteSql(LayerWrite::User), {"n"}, "A n V C - 1", "- n - - - 1"},
+    {"UserInUpgradeStaysUnconfirmed", LayerWriteSql(LayerWrite::UserInUpgrade), {"n"}, "A n V C - 0", "- n - - - 0"},
+    {"AutoConf", LayerWriteSql(LayerWrite::AutoConf), {"n"}, "n U V C D 0", "n - - - - 1"},
+    {"Vital", LayerWriteSql(LayerWrite::Vital), {"n"}, "A U n C D 0", "- - n - - 1"},
+    {"Cached", LayerWriteSql(LayerWrite::Cached), {"n"}, "A U V n D 0", "- - - n - 1"},
+    {"ContextUserDroppingDesired",
+     ContextWriteSql(ContextWrite::UserDroppingDesired),
+     {"u", "v", "c"},
+     "A u v c - 1",
+     "- u v c - 1"},
+    {"ContextUser", ContextWriteSql(ContextWrite::User), {"u", "v", "c"}, "A u v c - 0", "- u v c - 1"},
+    {"ContextAutoConf", ContextWriteSql(ContextWrite::AutoConf), {"a", "v", "c"}, "a U v c - 0", "a - v c - 1"},
+};
+
+class LayerWriting : public testing::TestWithParam<WriteCase> {};
+
+TEST_P(LayerWriting, KeepsTheColumnsItDoesNotOwn) {
+  TestStore store;
+  store.Run(kFullRow);
+  Write(store, GetParam().sql, GetParam().values);
+  EXPECT_EQ(GetParam().overStored, store.Layers("stack_settings"));
+  EXPECT_EQ("2001-01-01 00:00:00 1.0", store.Query("SELECT CreationTime, Version FROM Config;"));
+  EXPECT_EQ("1", store.Query("SELECT ModifiedTime > '2002-02-02' FROM Config;"));
+
+  store.Run("DELETE FROM Config;");
+  Write(store, GetParam().sql, GetParam().values);
+  EXPECT_EQ(GetParam().onNewRow, store.Layers("stack_settings"));
+  EXPECT_EQ("1", store.Query("SELECT CreationTime > '2002-02-02' FROM Config;"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Statements, LayerWriting, testing::ValuesIn(kWriteCases),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(Writing, AnUnsetLayerIsNullAndAnyUpdateRefreshesTheTime) {
+  TestStore store;
+  store.Run(kFullRow);
+  const auto object = ConfigStore::CreateObject(kStackSettings, R"({"hostname":"n"})");
+  SetInternal(object, store.Schema(kStackSettings), USERDATA_CONTEXT(), store.connection);
+  EXPECT_EQ(R"(- {"hostname":"n"} - - - 1)", store.Layers("stack_settings"));
+  store.Run("UPDATE Config SET ModifiedTime='2002-02-02 00:00:00';");
+  EXPECT_EQ("1", store.Query("SELECT ModifiedTime > '2002-02-02' FROM Config;"));
+}
+
+TEST(Writing, FailuresNameTheOperation) {
+  TestStore store;
+  store.Run("DROP TABLE Config;");
+  const auto object = ConfigStore::CreateObject(kStackSettings, R"({"hostname":"n"})");
+  EXPECT_EQ("2000 WriteComplete failed", Thrown([&] {
+              SetInternal(object, store.Schema(kStackSettings), USERDATA_CONTEXT(), store.connection);
+            }));
+  EXPECT_EQ("2000 Delete failed: component netd group ipstack key stack_settings",
+            Thrown([&] { DeleteInternal(kStackSettings, store.connection); }));
+}
+
+}  // namespace
