@@ -1,0 +1,165 @@
+#include "validation/walk.h"
+
+#include "configstore/object_id.h"
+#include "platform/failure.h"
+#include "validation/duplicate_ids.h"
+#include "validation/scalar_checks.h"
+
+namespace OrvoConfigStore {
+namespace {
+
+// What marks a property as none of the user's, in the order of the reports.
+const Keyword NonUserMarkers[] = {Keyword::Vital, Keyword::Cached};
+
+const JsonValue& Null() {
+  static const JsonValue null;
+  return null;
+}
+
+}  // namespace
+
+CheckSelection::CheckSelection(const std::unordered_set<int>& checks) : empty_(checks.empty()) {
+  for (size_t check = 0; check < selected_.size(); ++check)
+    selected_[check] = checks.count(static_cast<int>(check)) != 0;
+}
+
+bool CheckSelection::HasRequired() const {
+  return HasDefault(CHECK_REQUIRED) || Has(CHECK_REQUIRED_NON_LAYERED);
+}
+
+RequiredRule CheckSelection::Rule() const {
+  if (HasDefault(CHECK_REQUIRED_NON_LAYERED) || Has(CHECK_NON_USER_MARKERS)) return RequiredRule::NotLayered;
+  return Has(CHECK_VITAL_ONLY) ? RequiredRule::VitalOnly : RequiredRule::All;
+}
+
+bool Walk::Node(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer) {
+  if (data.IsNull()) return true;               // 1
+  if (schema.Find(Keyword::Type) == nullptr) {  // 2
+    return Fail(data, path, "Invalid schema:Type not specified.");
+  }
+  if (!TypeHolds(schema, data, path)) return false;                           // 3
+  const bool nodeInLayer = IsInLayer(schema, inLayer);                        // 4
+  if (checks.Has(CHECK_NON_USER_MARKERS)) ReportMarkers(schema, data, path);  // 5
+  if (data.IsObject()) return Object(schema, data, path, nodeInLayer);        // 6
+  if (data.IsArray()) return Array(schema, data, path, nodeInLayer);          // 7
+  return Leaf(schema, data, path, nodeInLayer);                               // 8
+}
+
+bool Walk::TypeHolds(SchemaNode& schema, const JsonValue& data, const std::string& path) {
+  const std::string_view type = TextOf(*schema.Find(Keyword::Type));
+  std::string broken;
+  if (type == "object" && !data.IsObject()) broken = "INCORRECT TYPE: expected object.";
+  if (type == "array" && !data.IsArray()) broken = "INCORRECT TYPE: expected array.";
+  if (checks.HasDefault(CHECK_SCALAR_TYPES)) broken += BrokenScalarRule(type, schema, data);
+  return broken.empty() || Fail(data, path, broken);
+}
+
+bool Walk::IsInLayer(SchemaNode& schema, bool inherited) const {
+  if (schema.IsMarked(Keyword::InstanceId) || schema.IsMarked(Keyword::InstanceID)) return true;
+  if (checks.Has(CHECK_VITAL_ONLY) && schema.IsTrue(Keyword::Vital)) return true;
+  return inherited || (checks.Has(CHECK_CACHED_ONLY) && schema.IsTrue(Keyword::Cached));
+}
+
+void Walk::ReportMarkers(SchemaNode& schema, const JsonValue& data, const std::string& path) {
+  for (const Keyword marker : NonUserMarkers) {
+    // Deliberate: the marker counts even when it is false.
+    if (schema.Find(marker) != nullptr) Fail(data, path, "Non user property not allowed.");
+  }
+}
+
+bool Walk::Object(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer) {
+  if (checks.Has(CHECK_ASSIGN_GENERATED_ID)) AssignGeneratedId(schema, data);
+  MemberIndex members(data);
+  if (checks.HasRequired() && !RequiredArePresent(schema, data, members, path)) return false;
+  bool valid = true;
+  const size_t parentLength = path.size();
+  for (const auto& member : data.GetObject()) {
+    SchemaNode* property = schema.Property(TextOf(member.name));
+    if (property == nullptr) {
+      ReportAdditional(schema, data, member.name, path);
+      continue;
+    }
+    path.append("/").append(TextOf(member.name));
+    const bool allowed =
+        UnionTagHolds(*property, members) || Fail(member.value, path, "Object does not follow UnionTag condition");
+    valid = allowed && Node(*property, member.value, path, inLayer) && valid;
+    path.resize(parentLength);
+    if (!allowed) break;
+  }
+  return valid;
+}
+
+void Walk::AssignGeneratedId(SchemaNode& schema, const JsonValue& data) {
+  if (schema.Property(kGeneratedId) == nullptr || FindValue(data, kGeneratedId) != nullptr) return;
+  CallersOwn(data).AddMember(TextValue(kGeneratedId, allocator), TextValue(GenerateInstanceId(), allocator), allocator);
+}
+
+bool Walk::RequiredArePresent(SchemaNode& schema, const JsonValue& data, MemberIndex& members,
+                              const std::string& path) {
+  bool present = true;
+  for (const std::string_view name : schema.Required(checks.Rule())) {
+    if (members.Find(name) != nullptr) continue;
+    present = Fail(data, path, "Required property missing: " + std::string(name));
+  }
+  return present;
+}
+
+void Walk::ReportAdditional(SchemaNode& schema, const JsonValue& data, const JsonValue& name, const std::string& path) {
+  if (!checks.HasDefault(CHECK_ADDITIONAL_PROPERTIES)) return;
+  const JsonValue* allowed = schema.Find(Keyword::AdditionalProperties);
+  if (allowed == nullptr || allowed->GetBool()) return;
+  Fail(data, path, "Additional property not allowed: " + std::string(TextOf(name)));
+}
+
+bool Walk::UnionTagHolds(SchemaNode& property, MemberIndex& siblings) {
+  const UnionTag* tag = checks.Has(CHECK_OPTION_DEPENDENCY) ? property.Union() : nullptr;
+  if (tag == nullptr) return true;
+  const bool known = tagNames.count(tag->name) != 0;
+  const MemberIndex::Member* sibling = known ? siblings.Find(tag->name) : nullptr;
+  return sibling != nullptr && sibling->value.IsString() && tag->allowed.count(TextOf(sibling->value)) != 0;
+}
+
+bool Walk::Array(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer) {
+  SchemaNode* items = schema.Items();
+  if (items == nullptr) ThrowInvalidJson();
+  bool valid = true;
+  for (const JsonValue& element : data.GetArray()) valid = Node(*items, element, path, inLayer) && valid;
+  return valid && IdentifiersAreUnique(schema, data, path);
+}
+
+bool Walk::IdentifiersAreUnique(SchemaNode& schema, const JsonValue& data, const std::string& path) {
+  const JsonValue* idKey = schema.Find(Keyword::InstanceId);
+  if (idKey == nullptr || !idKey->IsString()) return true;
+  if (TextOf(*idKey) == kGeneratedId && !checks.Has(CHECK_GENERATED_ID_DUPLICATES)) return true;
+  SchemaNode* identifier = schema.Items()->Property(TextOf(*idKey));
+  const JsonValue* type = identifier == nullptr ? nullptr : identifier->Find(Keyword::Type);
+  if (type == nullptr) return true;
+  const std::optional<DuplicateId> duplicate = FindDuplicateId(data, TextOf(*idKey), TextOf(*type));
+  if (!duplicate.has_value()) return true;
+  return Fail(*duplicate->element, path, "Duplicate instanceIds: " + duplicate->identifier);
+}
+
+bool Walk::Leaf(SchemaNode& schema, const JsonValue& data, const std::string& path, bool inLayer) {
+  // Deliberate: the values are collected only when the check is selected by
+  // name, so under an empty selection every reference is an error.
+  const JsonValue* reference = checks.HasDefault(CHECK_REFERENCES) ? schema.Find(Keyword::Reference) : nullptr;
+  if (reference != nullptr && !ReferenceHolds(*reference, data)) {
+    return Fail(data, path, "REFERENCE ERROR: " + path + "->" + std::string(TextOf(*reference)));
+  }
+  if (inLayer) return true;
+  if (checks.Has(CHECK_VITAL_ONLY)) return Fail(data, path, "property is not vital");
+  if (checks.Has(CHECK_CACHED_ONLY)) return Fail(data, path, "property is not cached");
+  return true;
+}
+
+bool Walk::ReferenceHolds(const JsonValue& reference, const JsonValue& data) const {
+  const auto texts = references.find(TextOf(reference));
+  return texts != references.end() && data.IsString() && texts->second.count(TextOf(data)) != 0;
+}
+
+bool Walk::Fail(const JsonValue& value, const std::string& path, const std::string& message) {
+  ReportValidationError(copies.Take(value) ? value : Null(), path, message, errors);
+  return false;
+}
+
+}  // namespace OrvoConfigStore

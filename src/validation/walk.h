@@ -1,0 +1,83 @@
+#pragma once
+
+#include <bitset>
+#include <string>
+#include <unordered_set>
+
+#include "configstore/validation.h"
+#include "validation/error_report.h"
+#include "validation/references.h"
+#include "validation/schema_node.h"
+
+namespace OrvoConfigStore {
+
+/// The checks that a validation runs.
+class CheckSelection {
+ public:
+  explicit CheckSelection(const std::unordered_set<int>& checks);
+
+  bool Has(VALIDATION_CHECK check) const { return selected_[check]; }
+  /// As Has, for a check that an empty selection includes.
+  bool HasDefault(VALIDATION_CHECK check) const { return empty_ || Has(check); }
+  /// Whether required members are looked for, and by which rule.
+  bool HasRequired() const;
+  RequiredRule Rule() const;
+
+ private:
+  bool empty_;
+  std::bitset<CHECK_GENERATED_ID_DUPLICATES + 1> selected_;
+};
+
+/// The data as its owner may change it. Signatures take it as constant, but it is
+/// the caller's own document, and selecting the check that assigns generated
+/// identifiers asks for the change.
+template <class Json>
+Json& CallersOwn(const Json& data) {
+  return const_cast<Json&>(data);
+}
+
+/// One validation: a walk through schema and data together that reports what it
+/// finds. The steps of a node:
+///   1. A null is valid.
+///   2. A schema without a type ends the node.
+///   3. So does a value of another type, or one that breaks a scalar's bounds.
+///   4. The node is in the layer that is written, by its own marks or by its
+///      parent's.
+///   5. Marks that user data may not have are reported; the node goes on.
+///   6. An object: its generated identifier, its required members, then each
+///      member, with its union tag. A missing member ends the object.
+///   7. An array: its elements, then their identifiers.
+///   8. A leaf: its reference, then its layer.
+/// The result of a node says whether it and all below it hold, which only an
+/// array's identifiers ask for; what is valid is decided by the errors alone.
+struct Walk {
+  CheckSelection checks;
+  JsonAllocator& allocator;  ///< of the data
+  const ReferenceValues& references;
+  const OptionTagNames& tagNames;
+  JsonDocument& errors;
+  CopyAllowance copies = {};
+
+  /// Walks `data`; `path` is its place, and is the same again afterwards.
+  bool Node(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
+
+ private:
+  bool Object(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
+  bool Array(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
+  bool Leaf(SchemaNode& schema, const JsonValue& data, const std::string& path, bool inLayer);
+
+  bool TypeHolds(SchemaNode& schema, const JsonValue& data, const std::string& path);
+  bool IsInLayer(SchemaNode& schema, bool inherited) const;
+  void ReportMarkers(SchemaNode& schema, const JsonValue& data, const std::string& path);
+  void AssignGeneratedId(SchemaNode& schema, const JsonValue& data);
+  bool RequiredArePresent(SchemaNode& schema, const JsonValue& data, MemberIndex& members, const std::string& path);
+  void ReportAdditional(SchemaNode& schema, const JsonValue& data, const JsonValue& name, const std::string& path);
+  bool UnionTagHolds(SchemaNode& property, MemberIndex& siblings);
+  bool IdentifiersAreUnique(SchemaNode& schema, const JsonValue& data, const std::string& path);
+  bool ReferenceHolds(const JsonValue& reference, const JsonValue& data) const;
+
+  /// Reports and returns false.
+  bool Fail(const JsonValue& value, const std::string& path, const std::string& message);
+};
+
+}  // namespace OrvoConfigStore
