@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "exit_code.h"
+#include "session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace csctl {
+
+/// What a command does when it is chosen. May throw; main explains.
+using Run = std::function<Exit(Session&)>;
+
+/// One command: a row of its group's table.
+struct Command {
+  const char* name;         ///< its words, "schema add"
+  const char* usage;        ///< one line for --help
+  Run (*setup)(CLI::App&);  ///< declares its arguments and returns what it does
+};
+
+/// The command groups, a file each. A name of one word that has no `setup` only
+/// heads the commands that begin with it.
+const std::vector<Command>& StoreCommands();
+const std::vector<Command>& TypeCommands();
+const std::vector<Command>& ObjectCommands();
+
+}  // namespace csctl

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <configstore/object_id.h>
+
+#include <string>
+
+/// How objects are written on the command line: COMPONENT/GROUP/KEY, followed
+/// by @INSTANCE where the type has instances.
+///
+/// 1. The first two "/" end the component and the group.
+/// 2. After them the first "@" begins the instance, and "#/" a field where a
+///    command takes one.
+/// 3. In every part "%XX" is the byte of that hexadecimal number, NUL excepted;
+///    so any name can be written, and a "/" in a key must be.
+
+namespace csctl {
+
+/// Returns the object that `text` names. Throws CommandFailed(kUsage).
+OrvoConfigStore::ConfigStoreObjectId ParseObjectName(const std::string& text);
+
+/// Returns the name of `id` such that it reads back as it, in a shell's command
+/// line too: everything but letters, digits and a few signs is escaped.
+std::string ObjectName(const OrvoConfigStore::ConfigStoreObjectId& id);
+
+}  // namespace csctl

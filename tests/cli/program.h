@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What a run of csctl left behind.
+struct Outcome {
+  int exit = -1;  ///< the exit code, or minus the signal that ended it
+  std::string out;
+  std::string err;
+};
+
+/// Where a run's standard output goes; all but the first leave `out` empty.
+enum class Sink { kFile, kFullDisk, kClosedPipe };
+
+/// Runs csctl under `root` with `arguments`, `input` on its standard input.
+Outcome RunCsctl(const std::string& root, const std::vector<std::string>& arguments, const std::string& input = "",
+                 Sink sink = Sink::kFile);
+
+/// As above on a terminal; returns what the terminal was sent.
+std::string RunOnTerminal(const std::string& root, const std::vector<std::string>& arguments);
