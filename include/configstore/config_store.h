@@ -18,8 +18,9 @@ extern CONFIGSTORE_API const std::string sGlobalNamespace;
 ///
 /// A read returns the layers of an object merged: vital, then cached, automatic
 /// and user, each over the one before. A write goes to the layers that the
-/// caller's context selects. Failures are thrown as ConfigStoreException or one
-/// of its kinds, and leave everything stored as it was. An empty object or
+/// caller's context selects; during the boot phase an outside caller may not
+/// write user data (ValidationException(2000)). Failures are thrown as
+/// ConfigStoreException or one of its kinds, and leave everything stored as it was. An empty object or
 /// filter is logged and ignored. A handle is used from one thread at a time;
 /// in a forked child it opens a connection of its own.
 class CONFIGSTORE_API ConfigStore : public std::enable_shared_from_this<ConfigStore> {
@@ -33,6 +34,14 @@ class CONFIGSTORE_API ConfigStore : public std::enable_shared_from_this<ConfigSt
   /// when the text is no JSON object.
   static std::shared_ptr<ConfigStoreObject> CreateObject(const ConfigStoreObjectId& id, const std::string& jsonText);
 
+  /// Returns an object for each element of a JSON array, named by the member that
+  /// identifies an instance of the type; where the store names them, an element
+  /// without that member gets a new identifier. Nothing is stored. Throws
+  /// InvalidArgumentException when the text is no array of objects, 1032 for an
+  /// element that is not named, ValidationException(2000) unless `type` has instances.
+  static std::vector<std::shared_ptr<ConfigStoreObject>> CreateInstances(const ConfigStoreObjectId& type,
+                                                                         const std::string& jsonText);
+
   /// Returns the version of the type's schema, or an empty text when the type is unknown.
   static std::string GetSchemaVersion(const ConfigStoreObjectId& id);
 
@@ -42,10 +51,11 @@ class CONFIGSTORE_API ConfigStore : public std::enable_shared_from_this<ConfigSt
   /// an instance of a singleton or leaves out that of a multi-instance type.
   virtual std::shared_ptr<ConfigStoreObject> Get(const ConfigStoreObjectId& id) = 0;
 
-  /// Returns the type's stored default object, or an empty pointer.
+  /// Returns the type's stored default object, confirmed or not, or an empty
+  /// pointer. Throws as Get does.
   virtual std::shared_ptr<ConfigStoreObject> GetDefaultConfig(const ConfigStoreObjectId& id) = 0;
 
-  /// Returns the type's stored default instances that match.
+  /// Returns the type's stored default instances that match; throws as GetInstances does.
   virtual std::vector<std::shared_ptr<ConfigStoreObject>> GetDefaultConfigInstances(
       const std::shared_ptr<FilterSpecObject>& filter) = 0;
 
@@ -56,30 +66,55 @@ class CONFIGSTORE_API ConfigStore : public std::enable_shared_from_this<ConfigSt
   /// Deliberate: an empty `object` is logged and ignored, not refused.
   virtual void Set(std::shared_ptr<ConfigStoreObject> object, const USERDATA_CONTEXT& context) = 0;
 
-  /// Write one layer of an object and keep the others.
+  /// Write one layer of an object and keep the others. SetUserData writes the user
+  /// layer for an outside caller, else the automatic one; the object may hold only
+  /// what belongs to the layer. A user write outside an upgrade discards the desired
+  /// value and confirms the row; the other layers keep both as they are.
+  /// Throw ValidationException with every violation and the code of the layer:
+  /// 1087 user, 1092 automatic, 1086 vital.
+  /// Deliberate: 1084, the code of default configuration, for a cached write.
   virtual void SetUserData(std::shared_ptr<ConfigStoreObject> object, const USERDATA_CONTEXT& context) = 0;
   virtual void SetVitalData(std::shared_ptr<ConfigStoreObject> object) = 0;
   virtual void SetCachedData(std::shared_ptr<ConfigStoreObject> object) = 0;
 
-  /// Merges a partial object into the stored one.
+  /// Merges a partial object into what the caller's context sees of the stored
+  /// one, validates the whole and writes it; creates the object when there is
+  /// none. Members are added or overwritten, never removed; nested instances are
+  /// matched by identifier. An update by an outside caller that touches user data
+  /// discards the desired value.
+  /// The object is read before the transaction that writes it: begin one of your
+  /// own around the call where another writer must not come between.
+  /// Throws ValidationException, 1090 for the partial object and 1089 for the
+  /// whole; ConfigStoreException(2000) "Operation failed: ..." when writing fails.
   virtual void Update(std::shared_ptr<ConfigStoreObject> object, const USERDATA_CONTEXT& context) = 0;
 
   /// Deletes one object with all its layers; a missing one is no error.
   /// Throws ValidationException(2000) as Get does.
   virtual void Delete(const ConfigStoreObjectId& id) = 0;
 
-  /// Deletes the instances that match, in one transaction.
+  /// Deletes the instances that match, in one transaction. An instance that
+  /// GetInstances leaves out stays. Throws as GetInstances does.
   virtual void DeleteInstances(const std::shared_ptr<FilterSpecObject>& filter) = 0;
 
-  /// Returns the merged instances that match.
+  /// Returns the merged instances that match; one with nothing in force is left
+  /// out. Throws ValidationException(2000) when the filter's type is unknown or a
+  /// singleton.
   virtual std::vector<std::shared_ptr<ConfigStoreObject>> GetInstances(
       const std::shared_ptr<FilterSpecObject>& filter) = 0;
 
-  /// Replaces the whole set of instances of a type, in one transaction.
+  /// Replaces the whole set of instances of a type, in one transaction: those not
+  /// in `objects` disappear with all their layers. Of two objects with one
+  /// identifier the later counts.
+  /// Throws InvalidArgumentException(2000) for an empty list or one of several
+  /// types, ValidationException(1089) for the first object that is not valid,
+  /// ConfigStoreException(2000) "Operation failed: ..." when writing fails; then
+  /// the set is as it was. An empty pointer in the list is logged and nothing done.
   virtual void SetInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                             const USERDATA_CONTEXT& context) = 0;
 
-  /// Replace one layer in all instances of a type, in one transaction.
+  /// Replace one layer in all instances of a type, in one transaction: instances
+  /// not in `objects` keep their rows without that layer. Throw as SetInstances
+  /// does, with the code of the layer.
   virtual void SetUserDataInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                                     const USERDATA_CONTEXT& context) = 0;
   virtual void SetCachedDataInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects) = 0;

@@ -23,7 +23,7 @@ class FilterSpecObject;
 /// two threads at once. A failed call leaves the data unchanged.
 ///
 /// The member "cs_generated_id" belongs to the store; GetData does not show it.
-class CONFIGSTORE_API ConfigStoreObject : public WritableObject {
+class CONFIGSTORE_API ConfigStoreObject final : public WritableObject {
  public:
   /// An empty object with version, identifiers and defaults of its type's
   /// schema; of an unknown type (logged at priority 0) it has none of them.
@@ -86,7 +86,7 @@ class CONFIGSTORE_API ConfigStoreObject : public WritableObject {
   JsonValue& PlaceMember(const std::string& key, int type);
 
   std::shared_ptr<JsonDoc> idMap_;
-  bool fromSchema_;
+  [[maybe_unused]] bool fromSchema_;
   std::string version_;
   std::shared_ptr<JsonDoc> defaults_;
   std::string creationTime_;

@@ -15,7 +15,7 @@ class ConfigStoreObject;
 /// that an instance must hold. A member that is an object is a pattern for the
 /// nested object of that name; no members match every instance. Null matches
 /// only a stored null; arrays of an instance cannot be matched.
-class CONFIGSTORE_API FilterSpecObject : public WritableObject {
+class CONFIGSTORE_API FilterSpecObject final : public WritableObject {
  public:
   /// A filter over the type; `data` is the pattern, shared. Null becomes an empty pattern.
   FilterSpecObject(const std::string& key, const std::string& group, const std::string& component,

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "configstore/export.h"
 #include "configstore/object_id.h"
@@ -26,6 +27,35 @@ struct StoredRow {
 /// Returns the row of `id`, or nothing when there is none. Throws as
 /// ConfigStore::Get does; values are not looked into, so damaged ones show.
 CONFIGSTORE_API std::optional<StoredRow> ReadStoredRow(const ConfigStoreObjectId& id);
+
+/// A stored object, as a listing shows it.
+struct StoredName {
+  ConfigStoreObjectId id;
+  std::string version;    ///< of the schema that it was written with
+  bool confirmed = true;  ///< its success flag
+};
+
+/// Returns the stored objects of a component, group and key, sorted; an empty
+/// part stands for all. Throws ConfigStoreException(2000) when the store cannot
+/// be read.
+CONFIGSTORE_API std::vector<StoredName> ListStoredObjects(const std::string& component, const std::string& group,
+                                                          const std::string& key);
+
+/// One field of a type, as its schema describes it.
+struct FieldDescription {
+  std::string path;         ///< "/link/name"; elements of an array have the array's path; empty for the object itself
+  std::string type;         ///< the schema's word, "integer"; "array of strings" and the like for arrays
+  std::string title;        ///< empty when the schema has none
+  std::string description;  ///< likewise
+  std::string category;     ///< "user", "vital", "cached", or "identifier" for what belongs to all three
+  bool required = false;
+  std::vector<std::string> rules;           ///< what a value must satisfy besides its type, "from 576 to 9000"
+  std::optional<std::string> defaultValue;  ///< JSON text
+};
+
+/// Returns every field of the type of `id`, each before those below it, in the
+/// order of the schema. Throws ValidationException(2000) when the type is unknown.
+CONFIGSTORE_API std::vector<FieldDescription> DescribeType(const ConfigStoreObjectId& id);
 
 /// Stands for a secret in everything that is shown. Written back, it means
 /// "keep what is stored"; it is never stored itself.

@@ -13,7 +13,9 @@
 namespace OrvoConfigStore {
 namespace {
 
-[[noreturn]] void Refuse(const std::string& message) { throw ValidationException(CS_GENERAL, message.c_str(), {}); }
+[[noreturn]] void Refuse(const std::string& message) {
+  throw ValidationException(CS_GENERAL, message.c_str(), {});
+}
 
 // The parts that name the type were checked when it was registered.
 void CheckInstanceLength(const ConfigStoreObjectId& id) {

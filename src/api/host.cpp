@@ -30,10 +30,14 @@ struct FaultKind {
   StorageError::Kind kind;
 };
 const FaultKind kFaultKinds[] = {
-    {SQLITE_OK, StorageError::NONE},          {SQLITE_CANTOPEN, StorageError::MISSING},
-    {SQLITE_BUSY, StorageError::BUSY},        {SQLITE_LOCKED, StorageError::BUSY},
-    {SQLITE_READONLY, StorageError::READ_ONLY}, {SQLITE_PERM, StorageError::READ_ONLY},
-    {SQLITE_AUTH, StorageError::READ_ONLY},   {SQLITE_CORRUPT, StorageError::DAMAGED},
+    {SQLITE_OK, StorageError::NONE},
+    {SQLITE_CANTOPEN, StorageError::MISSING},
+    {SQLITE_BUSY, StorageError::BUSY},
+    {SQLITE_LOCKED, StorageError::BUSY},
+    {SQLITE_READONLY, StorageError::READ_ONLY},
+    {SQLITE_PERM, StorageError::READ_ONLY},
+    {SQLITE_AUTH, StorageError::READ_ONLY},
+    {SQLITE_CORRUPT, StorageError::DAMAGED},
     {SQLITE_NOTADB, StorageError::DAMAGED},
 };
 
@@ -49,9 +53,8 @@ StorageError::Kind KindOf(const DBStore::Failure& failure) {
 
 SchemaInfo InfoOf(const SchemaRecord& record) {
   const OrvoSchemaStore::SchemaObject schema(record);
-  return {record.component, record.group,         record.key,
-          record.version,   schema.IsSingleton(), record.noRestore,
-          schema.IsGeneratedId()};
+  return {record.component, record.group,          record.key, record.version, schema.IsSingleton(),
+          record.noRestore, schema.IsGeneratedId()};
 }
 
 // Reads and checks one schema file; what is wrong goes to `violations`.
@@ -80,9 +83,13 @@ void SetHostRoot(const std::string& root) {
   }
 }
 
-std::string GetHostRoot() { return HaldenLib::GetHostRoot(); }
+std::string GetHostRoot() {
+  return HaldenLib::GetHostRoot();
+}
 
-std::string ResolveHostPath(const std::string& path) { return HaldenLib::ResolvePath(path); }
+std::string ResolveHostPath(const std::string& path) {
+  return HaldenLib::ResolvePath(path);
+}
 
 void CreateDatabases() {
   if (DBStore::CreateDatabases() == 0) return;

@@ -6,8 +6,8 @@
 #include "platform/json_reader.h"
 #include "platform/sql_format.h"
 #include "store/connection.h"
-#include "store/rows.h"
 #include "store/statements.h"
+#include "store/store_contents.h"
 
 namespace OrvoConfigStore {
 namespace {
@@ -18,9 +18,9 @@ std::optional<std::string> Layer(const RowMap& row, const char* column) {
 }
 
 StoredRow ToStoredRow(const RowMap& row) {
-  return {Layer(row, kAutoConfValue), Layer(row, kUserValue),   Layer(row, kVitalValue),
-                   Layer(row, kCachedValue),   Layer(row, kDesiredValue), row.Text(kVersion),
-                   row.Text(kCreationTime),    row.Text(kModifiedTime),   row.Text(kSuccess) == "1"};
+  return {Layer(row, kAutoConfValue), Layer(row, kUserValue),    Layer(row, kVitalValue),
+          Layer(row, kCachedValue),   Layer(row, kDesiredValue), row.Text(kVersion),
+          row.Text(kCreationTime),    row.Text(kModifiedTime),   row.Text(kSuccess) == "1"};
 }
 
 }  // namespace
@@ -34,6 +34,16 @@ std::optional<StoredRow> ReadStoredRow(const ConfigStoreObjectId& id) {
     throw ConfigStoreException(CS_GENERAL, ("Get failed: " + id.toString() + ": " + cause).c_str());
   }
   return stored;
+}
+
+std::vector<StoredName> ListStoredObjects(const std::string& component, const std::string& group,
+                                          const std::string& key) {
+  std::vector<StoredName> names;
+  for (const RowMap& row : GetStoreRows(FormatSql(Sql::kListObjects, {component, group, key}), GetConn())) {
+    const ConfigStoreObjectId id(row.Text(kName), row.Text(kGroup), row.Text(kComponent), row.Text(kIdentifier));
+    names.push_back({id, row.Text(kVersion), row.Text(kSuccess) == "1"});
+  }
+  return names;
 }
 
 std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json) {

@@ -1,6 +1,6 @@
+#include "api/boot_state.h"
 #include "api/checks.h"
 #include "api/config_store_impl.h"
-#include "api/boot_state.h"
 #include "api/transaction.h"
 #include "api/write_preparation.h"
 #include "configstore/errors.h"

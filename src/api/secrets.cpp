@@ -16,7 +16,9 @@ bool IsSecret(const JsonValue& node) {
   return type != nullptr && type->IsString() && TextOf(*type) == "secret";
 }
 
-bool IsMask(const JsonValue& value) { return value.IsString() && TextOf(value) == kSecretMask; }
+bool IsMask(const JsonValue& value) {
+  return value.IsString() && TextOf(value) == kSecretMask;
+}
 
 const JsonValue* MemberOf(const JsonValue* object, std::string_view name) {
   return object == nullptr || !object->IsObject() ? nullptr : FindValue(*object, name);

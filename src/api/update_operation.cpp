@@ -1,5 +1,5 @@
-#include "api/checks.h"
 #include "api/boot_state.h"
+#include "api/checks.h"
 #include "api/config_store_impl.h"
 #include "api/transaction.h"
 #include "api/write_preparation.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "configstore/config_store_object.h"
@@ -15,5 +16,10 @@ namespace OrvoConfigStore {
 /// nothing stored behind it.
 void PrepareForWrite(ConfigStoreObject& object, const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema,
                      CSErrorCodes code, const std::shared_ptr<DBStore::StoreConnection>& connection);
+
+/// The same; a masked secret becomes the one in what `readStored` returns (may be
+/// an empty pointer), which is asked only when there is a mask.
+void PrepareForWrite(ConfigStoreObject& object, const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema,
+                     CSErrorCodes code, const std::function<std::shared_ptr<ConfigStoreObject>()>& readStored);
 
 }  // namespace OrvoConfigStore

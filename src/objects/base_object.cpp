@@ -54,7 +54,9 @@ BaseObject::BaseObject(const ConfigStoreObjectId& id, std::shared_ptr<JsonDoc> d
 
 BaseObject::~BaseObject() = default;
 
-std::shared_ptr<JsonDoc> BaseObject::GetJsonDocPtr() const { return doc_; }
+std::shared_ptr<JsonDoc> BaseObject::GetJsonDocPtr() const {
+  return doc_;
+}
 
 const JsonValue* BaseObject::GetValuePtr(const char* key) const {
   if (key == nullptr || *key == '\0') ThrowBadArgument("key cannot be empty");
@@ -67,7 +69,9 @@ const JsonValue* BaseObject::GetValuePtrDefault(const char* key, bool& isDefault
   return GetValuePtr(key);
 }
 
-const ConfigStoreObjectId& BaseObject::GetId() const { return id_; }
+const ConfigStoreObjectId& BaseObject::GetId() const {
+  return id_;
+}
 
 void BaseObject::SetData(const char* json) {
   if (json != nullptr) doc_ = CreateDocumentFromString(json);
@@ -172,7 +176,9 @@ void WritableObject::SetValue(const char* key, int value) {
   JsonValue number(value);
   PutValue(key, number);
 }
-void WritableObject::SetValue(const char* key, long value) { SetValue(key, static_cast<long long>(value)); }
+void WritableObject::SetValue(const char* key, long value) {
+  SetValue(key, static_cast<long long>(value));
+}
 void WritableObject::SetValue(const char* key, long long value) {
   JsonValue number(static_cast<int64_t>(value));
   PutValue(key, number);
@@ -181,13 +187,19 @@ void WritableObject::SetValue(const char* key, unsigned int value) {
   JsonValue number(value);
   PutValue(key, number);
 }
-void WritableObject::SetValue(const char* key, unsigned short value) { SetValue(key, static_cast<unsigned int>(value)); }
-void WritableObject::SetValue(const char* key, unsigned char value) { SetValue(key, static_cast<unsigned int>(value)); }
+void WritableObject::SetValue(const char* key, unsigned short value) {
+  SetValue(key, static_cast<unsigned int>(value));
+}
+void WritableObject::SetValue(const char* key, unsigned char value) {
+  SetValue(key, static_cast<unsigned int>(value));
+}
 void WritableObject::SetValue(const char* key, double value) {
   JsonValue number = FiniteNumber(value);
   PutValue(key, number);
 }
-void WritableObject::SetValue(const char* key, float value) { SetValue(key, static_cast<double>(value)); }
+void WritableObject::SetValue(const char* key, float value) {
+  SetValue(key, static_cast<double>(value));
+}
 void WritableObject::SetValue(const char* key, bool value) {
   JsonValue flag(value);
   PutValue(key, flag);
@@ -196,7 +208,9 @@ void WritableObject::SetValue(const char* key, const char* value) {
   JsonValue text = TextValue(NonNull(value), *doc_->allocator);
   PutValue(key, text);
 }
-void WritableObject::SetValue(const char* key, const std::string& value) { SetValue(key, value.c_str()); }
+void WritableObject::SetValue(const char* key, const std::string& value) {
+  SetValue(key, value.c_str());
+}
 
 template <class T>
 void WritableObject::SetValue(const char* key, const std::vector<T>& values) {
@@ -246,7 +260,9 @@ void WritableObject::AppendValue(const char* key, const char* value) {
   JsonValue text = TextValue(NonNull(value), *doc_->allocator);
   PushElement(key, &JsonValue::IsString, text);
 }
-void WritableObject::AppendValue(const char* key, const std::string& value) { AppendValue(key, value.c_str()); }
+void WritableObject::AppendValue(const char* key, const std::string& value) {
+  AppendValue(key, value.c_str());
+}
 
 bool WritableObject::CheckKey(const char* key) const {
   GetValuePtr(key);  // refuses an empty key
@@ -255,7 +271,9 @@ bool WritableObject::CheckKey(const char* key) const {
   return false;
 }
 
-bool WritableObject::Remove(const char* key) { return CheckKey(key) && doc_->GetJsonValuePtr()->RemoveMember(key); }
+bool WritableObject::Remove(const char* key) {
+  return CheckKey(key) && doc_->GetJsonValuePtr()->RemoveMember(key);
+}
 
 void WritableObject::SetValueBinary(const char* key, const unsigned char* data, unsigned long length) {
   if (data == nullptr || length == 0) ThrowBadArgument("Value pointer cannot be null and length cannot be zero");

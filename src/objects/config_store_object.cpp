@@ -20,7 +20,9 @@ void LogMissing(CSLogger::log_priority priority, const char* operation, const st
   CSLogger::Log(priority, "%s: Could not find key: %s", operation, key.c_str());
 }
 
-[[noreturn]] void Throw(const std::string& message) { throw ConfigStoreException(CS_GENERAL, message.c_str()); }
+[[noreturn]] void Throw(const std::string& message) {
+  throw ConfigStoreException(CS_GENERAL, message.c_str());
+}
 
 std::shared_ptr<JsonDoc> StepInto(const JsonDoc& doc, JsonNode step) {
   std::vector<JsonNode> path = doc.path;
@@ -48,9 +50,9 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id, const std::s
       creationTime_(creationTime),
       modifiedTime_(modifiedTime) {
   if (fromSchema) {
-    TakeIdMapAndDefaults(schema != nullptr ? schema
-                                           : OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(
-                                                 id.component, id.group, id.key));
+    TakeIdMapAndDefaults(schema != nullptr
+                             ? schema
+                             : OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key));
   } else {
     idMap_ = idMap;
     TakeDefaults(defaults);
@@ -87,10 +89,18 @@ const JsonValue* ConfigStoreObject::GetValuePtrDefault(const char* key, bool& is
   return fallback;
 }
 
-std::string ConfigStoreObject::GetVersion() const { return version_; }
-std::string ConfigStoreObject::GetCreationTime() const { return creationTime_; }
-std::string ConfigStoreObject::GetModifiedTime() const { return modifiedTime_; }
-std::shared_ptr<JsonDoc> ConfigStoreObject::GetIdMap() const { return idMap_; }
+std::string ConfigStoreObject::GetVersion() const {
+  return version_;
+}
+std::string ConfigStoreObject::GetCreationTime() const {
+  return creationTime_;
+}
+std::string ConfigStoreObject::GetModifiedTime() const {
+  return modifiedTime_;
+}
+std::shared_ptr<JsonDoc> ConfigStoreObject::GetIdMap() const {
+  return idMap_;
+}
 
 std::string ConfigStoreObject::GetIdMapStr() const {
   std::string text = "{}";
@@ -175,8 +185,8 @@ std::shared_ptr<ConfigStoreObject> ConfigStoreObject::CreateSubObject(const SubO
   }
   if (sid.instanceId.empty()) Throw("Non-Singleton object should contain instanceId");
   if (member != nullptr && FindInstanceIndex(*member, idKey, sid.instanceId) >= 0) Throw("Object already exists.");
-  JsonValue& elements = member == nullptr ? PlaceMember(sid.key, rapidjson::kArrayType)
-                                          : *FindValue(*doc_->GetJsonValuePtr(), sid.key);
+  JsonValue& elements =
+      member == nullptr ? PlaceMember(sid.key, rapidjson::kArrayType) : *FindValue(*doc_->GetJsonValuePtr(), sid.key);
   JsonValue element(rapidjson::kObjectType);
   element.AddMember(TextValue(idKey, allocator), TextValue(sid.instanceId, allocator), allocator);
   elements.PushBack(element, allocator);

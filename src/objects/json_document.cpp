@@ -67,7 +67,9 @@ JsonValue* JsonDoc::GetJsonValuePtr() {
   return current;
 }
 
-const JsonValue* JsonDoc::GetJsonValuePtr() const { return const_cast<JsonDoc*>(this)->GetJsonValuePtr(); }
+const JsonValue* JsonDoc::GetJsonValuePtr() const {
+  return const_cast<JsonDoc*>(this)->GetJsonValuePtr();
+}
 
 int FindInstanceIndex(const JsonValue& elements, const std::string& idKey, const std::string& instanceId) {
   int index = 0;
@@ -87,9 +89,13 @@ std::shared_ptr<JsonDoc> DocOver(const std::shared_ptr<JsonStorage>& storage) {
                                    std::vector<JsonNode>());
 }
 
-std::shared_ptr<JsonDoc> NewDocument(size_t textLength) { return DocOver(std::make_shared<JsonStorage>(textLength)); }
+std::shared_ptr<JsonDoc> NewDocument(size_t textLength) {
+  return DocOver(std::make_shared<JsonStorage>(textLength));
+}
 
-std::shared_ptr<JsonDoc> CreateDocument() { return NewDocument(0); }
+std::shared_ptr<JsonDoc> CreateDocument() {
+  return NewDocument(0);
+}
 
 std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text) {
   std::shared_ptr<JsonDoc> doc = ParseDocument(text);
@@ -109,7 +115,9 @@ void SerializeValue(const JsonValue& value, std::string& out) {
   if (!WriteJson(value, out)) ThrowInvalidJson();
 }
 
-std::shared_ptr<JsonDoc> GetJsonDocPtrEx(BaseObject* object) { return object->GetJsonDocPtr(); }
+std::shared_ptr<JsonDoc> GetJsonDocPtrEx(BaseObject* object) {
+  return object->GetJsonDocPtr();
+}
 
 const JsonValue* GetValuePtrDefaultEx(BaseObject* object, const std::string& key) {
   bool ignored = false;

@@ -61,10 +61,11 @@ bool operator==(const ConfigStoreObjectId& a, const ConfigStoreObjectId& b) {
 
 SubObjectId::SubObjectId(const std::string& member) : key(member) {}
 
-SubObjectId::SubObjectId(const std::string& member, const std::string& instance)
-    : key(member), instanceId(instance) {}
+SubObjectId::SubObjectId(const std::string& member, const std::string& instance) : key(member), instanceId(instance) {}
 
-std::string SubObjectId::toString() const { return " key " + key + InstanceSuffix(instanceId); }
+std::string SubObjectId::toString() const {
+  return " key " + key + InstanceSuffix(instanceId);
+}
 
 size_t hashCsoId(const ConfigStoreObjectId& id) noexcept {
   uint64_t seed = 0;

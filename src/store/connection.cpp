@@ -10,6 +10,8 @@ std::shared_ptr<DBStore::StoreConnection> GetDBStore(DBStore::Type type, bool mu
   return connection;
 }
 
-std::shared_ptr<DBStore::StoreConnection> GetConn() { return GetDBStore(DBStore::TYPE_STORE, false); }
+std::shared_ptr<DBStore::StoreConnection> GetConn() {
+  return GetDBStore(DBStore::TYPE_STORE, false);
+}
 
 }  // namespace OrvoConfigStore

@@ -10,11 +10,17 @@
 namespace OrvoConfigStore {
 namespace {
 
-const char* MarkOf(Category category) { return category == Category::Vital ? "vital" : "cached"; }
+const char* MarkOf(Category category) {
+  return category == Category::Vital ? "vital" : "cached";
+}
 
-bool IsTrue(const JsonValue* value) { return value != nullptr && value->IsTrue(); }
+bool IsTrue(const JsonValue* value) {
+  return value != nullptr && value->IsTrue();
+}
 
-bool IsIdentifier(const JsonValue& node) { return IsTrue(FindValue(node, "instanceId")); }
+bool IsIdentifier(const JsonValue& node) {
+  return IsTrue(FindValue(node, "instanceId"));
+}
 
 bool IsText(const JsonValue* value, std::string_view text) {
   return value != nullptr && value->IsString() && TextOf(*value) == text;

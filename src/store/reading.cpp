@@ -32,7 +32,9 @@ std::shared_ptr<JsonDoc> ParseLayer(const ConfigStoreObjectId& id, const char* c
   return doc;
 }
 
-[[noreturn]] void Throw(const std::string& message) { throw ConfigStoreException(CS_GENERAL, message.c_str()); }
+[[noreturn]] void Throw(const std::string& message) {
+  throw ConfigStoreException(CS_GENERAL, message.c_str());
+}
 
 // Runs a query for one object and returns its row, empty when there is none.
 RowMap ReadRow(const std::string& sql, const ConfigStoreObjectId& id, const Connection& connection) {
@@ -43,10 +45,6 @@ RowMap ReadRow(const std::string& sql, const ConfigStoreObjectId& id, const Conn
   });
   if (!done) Throw("Get failed: " + id.toString() + ": " + DBStore::LastFailure().message);
   return first;
-}
-
-RowMap ReadObjectRow(const char* sql, const ConfigStoreObjectId& id, const Connection& connection) {
-  return ReadRow(FormatSql(sql, {id.key, id.group, id.component, id.instanceId}), id, connection);
 }
 
 // Runs a query for all instances of a type and returns those that `toObject`
@@ -76,6 +74,10 @@ ObjectList ReadValueInstances(const char* sql, const std::shared_ptr<FilterSpecO
 }
 
 }  // namespace
+
+RowMap ReadObjectRow(const char* sql, const ConfigStoreObjectId& id, const Connection& connection) {
+  return ReadRow(FormatSql(sql, {id.key, id.group, id.component, id.instanceId}), id, connection);
+}
 
 std::shared_ptr<ConfigStoreObject> LayerFromRow(const ConfigStoreObjectId& id, const RowMap& row, const char* column,
                                                 const std::shared_ptr<SchemaObject>& schema) {
@@ -121,17 +123,15 @@ std::shared_ptr<ConfigStoreObject> GetDesiredInternal(const ConfigStoreObjectId&
   return LayerFromRow(id, ReadObjectRow(Sql::kGetDesired, id, connection), kValue, schema);
 }
 
-std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObjectId& id,
-                                                            const Connection& connection,
+std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObjectId& id, const Connection& connection,
                                                             const std::shared_ptr<SchemaObject>& schema) {
   return Read(kDefaultConfigTable, id, false, connection, schema);
 }
 
 ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter, const Connection& connection,
                                       const std::shared_ptr<SchemaObject>& schema) {
-  return ReadInstances(
-      Sql::kGetInstances, filter, connection,
-      [&](const ConfigStoreObjectId& id, const RowMap& row) { return MergeRow(id, row, schema); });
+  return ReadInstances(Sql::kGetInstances, filter, connection,
+                       [&](const ConfigStoreObjectId& id, const RowMap& row) { return MergeRow(id, row, schema); });
 }
 
 ObjectList GetDefaultConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
@@ -148,12 +148,11 @@ ObjectList GetDesiredUserConfigInstancesInternal(const std::shared_ptr<FilterSpe
 
 std::shared_ptr<ConfigStoreObject> Read(const char* table, const ConfigStoreObjectId& id, bool confirmedOnly,
                                         const Connection& connection, const std::shared_ptr<SchemaObject>& schema) {
-  const std::string sql =
-      id.instanceId.empty()
-          ? FormatSql(confirmedOnly ? Sql::kReadConfirmedSingleton : Sql::kReadSingleton,
-                      {table, id.key, id.component, id.group})
-          : FormatSql(confirmedOnly ? Sql::kReadConfirmedInstance : Sql::kReadInstance,
-                      {table, id.key, id.component, id.instanceId, id.group});
+  const std::string sql = id.instanceId.empty()
+                              ? FormatSql(confirmedOnly ? Sql::kReadConfirmedSingleton : Sql::kReadSingleton,
+                                          {table, id.key, id.component, id.group})
+                              : FormatSql(confirmedOnly ? Sql::kReadConfirmedInstance : Sql::kReadInstance,
+                                          {table, id.key, id.component, id.instanceId, id.group});
   return LayerFromRow(id, ReadRow(sql, id, connection), kValue, schema);
 }
 

@@ -38,8 +38,7 @@ std::shared_ptr<ConfigStoreObject> GetDesiredInternal(const ConfigStoreObjectId&
                                                       const std::shared_ptr<SchemaObject>& schema);
 
 /// Returns the type's default object, confirmed or not.
-std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObjectId& id,
-                                                            const Connection& connection,
+std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObjectId& id, const Connection& connection,
                                                             const std::shared_ptr<SchemaObject>& schema);
 
 /// Return the instances of the filter's type that match it: merged, default and
@@ -47,8 +46,7 @@ std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObj
 ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter, const Connection& connection,
                                       const std::shared_ptr<SchemaObject>& schema);
 ObjectList GetDefaultConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
-                                             const Connection& connection,
-                                             const std::shared_ptr<SchemaObject>& schema);
+                                             const Connection& connection, const std::shared_ptr<SchemaObject>& schema);
 ObjectList GetDesiredUserConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
                                                  const Connection& connection,
                                                  const std::shared_ptr<SchemaObject>& schema);
@@ -57,6 +55,11 @@ ObjectList GetDesiredUserConfigInstancesInternal(const std::shared_ptr<FilterSpe
 /// or any. Throws ConfigStoreException(2000) "Get failed: ..." when that fails.
 std::shared_ptr<ConfigStoreObject> Read(const char* table, const ConfigStoreObjectId& id, bool confirmedOnly,
                                         const Connection& connection, const std::shared_ptr<SchemaObject>& schema);
+
+/// Runs one of the queries for one object (name, group, component, identifier) and
+/// returns its row, without columns when there is none. Throws
+/// ConfigStoreException(2000) "Get failed: ..." when that fails.
+RowMap ReadObjectRow(const char* sql, const ConfigStoreObjectId& id, const Connection& connection);
 
 /// Returns one layer of a row as an object, or an empty pointer when the column
 /// is absent. A text that is no JSON throws InvalidArgumentException(1080), one

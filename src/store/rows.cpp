@@ -12,17 +12,19 @@ bool SameColumn(std::string_view a, std::string_view b) {
 }
 
 int VisitRow(void* context, int columns, char** texts, char** names) {
-  RowMap row;
+  RowMap row(static_cast<size_t>(columns));
   for (int i = 0; i < columns; ++i) {
     if (texts[i] != nullptr) row.Add(names[i], texts[i]);
   }
-  (*static_cast<const std::function<void(RowMap&&)>*>(context))(std::move(row));
+  (*static_cast<const std::function<void(RowMap &&)>*>(context))(std::move(row));
   return 0;
 }
 
 }  // namespace
 
-void RowMap::Add(std::string_view column, std::string_view text) { columns_.emplace_back(column, text); }
+void RowMap::Add(std::string_view column, std::string_view text) {
+  columns_.emplace_back(column, text);
+}
 
 const std::string* RowMap::Find(std::string_view column) const {
   const auto found = std::find_if(columns_.begin(), columns_.end(),
@@ -37,7 +39,7 @@ std::string RowMap::Text(std::string_view column) const {
 
 bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, const std::string& sql,
                 const std::function<void(RowMap&&)>& visit) {
-  std::function<void(RowMap&&)> visitor = visit;
+  std::function<void(RowMap &&)> visitor = visit;
   return DBStore::ExecuteV2(connection, sql, VisitRow, &visitor, DBStore::kBusyTimeout) == 0;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +17,9 @@ namespace OrvoConfigStore {
 /// case, since statements and tables spell them differently.
 class RowMap {
  public:
+  /// An empty row with room for `columns` of them.
+  explicit RowMap(size_t columns = 0) { columns_.reserve(columns); }
+
   void Add(std::string_view column, std::string_view text);
 
   /// Returns the column's text, or null when it is absent.

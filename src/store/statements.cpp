@@ -31,8 +31,7 @@ struct LayerRow {
 const std::vector<LayerRow>& LayerRows() {
   static const std::vector<LayerRow> rows = {
       {"UserValue", {{"AutoConfValue", "null"}, {"VitalValue", "null"}, {"CachedValue", "null"}}},
-      {"UserValue",
-       {{"success", "0"}, {"AutoConfValue", "null"}, {"VitalValue", "null"}, {"CachedValue", "null"}}},
+      {"UserValue", {{"success", "0"}, {"AutoConfValue", "null"}, {"VitalValue", "null"}, {"CachedValue", "null"}}},
       {"AutoConfValue",
        {{"success", "1"},
         {"DesiredValue", "null"},

@@ -20,6 +20,9 @@ constexpr char kValue[] = "Value";
 constexpr char kVersion[] = "Version";
 constexpr char kSuccess[] = "Success";
 constexpr char kIdentifier[] = "Identifier";
+constexpr char kName[] = "Name";
+constexpr char kGroup[] = "ConfigGroup";
+constexpr char kComponent[] = "Component";
 constexpr char kCreationTime[] = "CreationTime";
 constexpr char kModifiedTime[] = "ModifiedTime";
 
@@ -77,6 +80,12 @@ constexpr char kGetStoredRow[] =
     "SELECT Version, AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue, Success, CreationTime, "
     "ModifiedTime from Config WHERE Name='%s' and ConfigGroup='%s' and Component='%s' and Identifier='%s';";
 
+// Listing: three conditions that an empty value meets always.
+constexpr char kListObjects[] =
+    "SELECT Component, ConfigGroup, Name, Identifier, Version, Success from Config WHERE ('%1$s'='' or "
+    "Component='%1$s') and ('%2$s'='' or ConfigGroup='%2$s') and ('%3$s'='' or Name='%3$s') ORDER BY Component, "
+    "ConfigGroup, Name, Identifier;";
+
 // Reading all instances of a type: name, group, component.
 constexpr char kGetInstances[] =
     "select Version, Success, identifier, UserValue, VitalValue, CachedValue, AutoConfValue, CreationTime, "
@@ -107,10 +116,8 @@ constexpr char kUpdateForAutoConf[] =
 // Deleting.
 constexpr char kDelete[] =
     "DELETE FROM 'Config' WHERE Name = '%s' and Component='%s' and Identifier='%s' and ConfigGroup='%s';";
-constexpr char kDeleteInstances[] =
-    "DELETE FROM 'Config' WHERE Name = '%s' and Component='%s' and ConfigGroup='%s';";
-constexpr char kClearLayer[] =
-    "update config set %s=null where name='%s' and configgroup='%s' and component='%s';";
+constexpr char kDeleteInstances[] = "DELETE FROM 'Config' WHERE Name = '%s' and Component='%s' and ConfigGroup='%s';";
+constexpr char kClearLayer[] = "update config set %s=null where name='%s' and configgroup='%s' and component='%s';";
 
 // Staged configuration and its confirmation.
 constexpr char kBegin[] = "BEGIN IMMEDIATE;";
@@ -163,6 +170,9 @@ constexpr char kDeleteEmptyRows[] =
     "delete from config where uservalue is null and vitalvalue is null and cachedvalue is null;";
 constexpr char kSetUpgradeStatus[] = "INSERT OR REPLACE INTO UpgradeStatus (LibName, Success) VALUES(?, ?);";
 constexpr char kGetUpgradeStatus[] = "SELECT Success FROM UpgradeStatus WHERE LibName='%s';";
+constexpr char kDeleteDefaults[] = "DELETE FROM DefaultConfig WHERE Name='%s' and ConfigGroup='%s' and Component='%s';";
+constexpr char kReadPending[] =
+    "SELECT Component, ConfigGroup, Name, Identifier, UserValue, DesiredValue, Success from Config;";
 
 }  // namespace Sql
 

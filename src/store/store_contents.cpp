@@ -8,13 +8,6 @@
 #include "store/statements.h"
 
 namespace OrvoConfigStore {
-namespace {
-
-constexpr char kName[] = "Name";
-constexpr char kGroup[] = "ConfigGroup";
-constexpr char kComponent[] = "Component";
-
-}  // namespace
 
 std::vector<RowMap> GetStoreRows(const std::string& sql, const Connection& connection) {
   std::vector<RowMap> rows;

@@ -12,9 +12,13 @@
 namespace OrvoConfigStore {
 namespace {
 
-[[noreturn]] void Throw(const std::string& message) { throw ConfigStoreException(CS_GENERAL, message.c_str()); }
+[[noreturn]] void Throw(const std::string& message) {
+  throw ConfigStoreException(CS_GENERAL, message.c_str());
+}
 
-ConfigStoreObjectId TypeOf(const ConfigStoreObjectId& id) { return {id.key, id.group, id.component}; }
+ConfigStoreObjectId TypeOf(const ConfigStoreObjectId& id) {
+  return {id.key, id.group, id.component};
+}
 
 std::string VersionOf(const ConfigStoreObjectId& id) {
   const auto schema = OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key);
@@ -85,33 +89,39 @@ std::string VersionOfObject(const BaseObject& object) {
   return full == nullptr ? std::string() : full->GetVersion();
 }
 
+void WriteComplete(const std::string& text, const ConfigStoreObjectId& id, const std::string& version,
+                   const LayerValues& layers, const Connection& connection) {
+  const std::string sql = FormatRow(text, id, version);
+  if (ExecuteWithLayers(connection, sql, {layers.autoConf, layers.user, layers.vital, layers.cached}) == 1) {
+    Throw("WriteComplete failed");
+  }
+}
+
 }  // namespace
 
 void SetInternal(const std::shared_ptr<ConfigStoreObject>& object, const std::shared_ptr<SchemaObject>& schema,
                  const USERDATA_CONTEXT& context, const Connection& connection) {
-  WriteCompleteConfigInstances({{object->GetId(), BuildLayerValues(*object, *schema, context.kind)}}, connection);
+  WriteComplete(CompleteWriteSql().Text(), object->GetId(), schema->GetVersion(),
+                BuildLayerValues(*object, *schema, context.kind), connection);
 }
 
 void SetInstancesInternal(const ObjectList& objects, const USERDATA_CONTEXT& context, const SchemaMap& schemas,
                           const Connection& connection) {
-  std::unordered_map<ConfigStoreObjectId, LayerValues> rows;
+  // Each is written before the next is split: the texts of a large list are
+  // never all in memory, and rows that are read in order lie in order.
+  const std::string text = CompleteWriteSql().Text();
   for (const std::shared_ptr<ConfigStoreObject>& object : objects) {
     const auto schema = schemas.find(TypeOf(object->GetId()));
     if (schema == schemas.end()) throw std::out_of_range("_Map_base::at");
-    rows[object->GetId()] = BuildLayerValues(*object, *schema->second, context.kind);
+    WriteComplete(text, object->GetId(), schema->second->GetVersion(),
+                  BuildLayerValues(*object, *schema->second, context.kind), connection);
   }
-  WriteCompleteConfigInstances(rows, connection);
 }
 
 void WriteCompleteConfigInstances(const std::unordered_map<ConfigStoreObjectId, LayerValues>& objects,
                                   const Connection& connection) {
   const std::string text = CompleteWriteSql().Text();
-  for (const auto& [id, layers] : objects) {
-    const std::string sql = FormatRow(text, id, VersionOf(id));
-    if (ExecuteWithLayers(connection, sql, {layers.autoConf, layers.user, layers.vital, layers.cached}) == 1) {
-      Throw("WriteComplete failed");
-    }
-  }
+  for (const auto& [id, layers] : objects) WriteComplete(text, id, VersionOf(id), layers, connection);
 }
 
 void WriteUserConfigInstances(const ObjectList& objects, const Connection& connection) {
@@ -166,8 +176,7 @@ void UpdateByContextInternal(const std::shared_ptr<ConfigStoreObject>& object,
                              const std::shared_ptr<SchemaObject>& schema, const UPDATE_CONTEXT& context,
                              const Connection& connection) {
   const ConfigStoreObjectId& id = object->GetId();
-  const std::string sql =
-      FormatSql(StatementsOf(context).update, {id.key, id.group, id.component, id.instanceId});
+  const std::string sql = FormatSql(StatementsOf(context).update, {id.key, id.group, id.component, id.instanceId});
   ExecuteByContext(*object, *schema, sql, connection);
 }
 

@@ -74,10 +74,11 @@ TEST(ObjectOperations, WhatIsMissingIsEmptyAndLogged) {
   TestStore store;
   LogCapture log(store.Root());
   EXPECT_EQ(nullptr, store->Get(kTimeSource));
-  EXPECT_EQ((std::vector<std::string>{"Get invoked for: component clockd group sync key time_source, userdatacontext: 1",
-                                      "[1036]Configuration object not found: component clockd group sync key "
-                                      "time_source"}),
-            log.Lines());
+  EXPECT_EQ(
+      (std::vector<std::string>{"Get invoked for: component clockd group sync key time_source, userdatacontext: 1",
+                                "[1036]Configuration object not found: component clockd group sync key "
+                                "time_source"}),
+      log.Lines());
 }
 
 TEST(ObjectOperations, EmptyObjectsAreLoggedAndIgnored) {
@@ -138,8 +139,8 @@ INSTANTIATE_TEST_SUITE_P(Objects, RefusedWrites, testing::ValuesIn(kRefusedCases
 
 TEST(ObjectOperations, ANameIsABytestringAndNeverSql) {
   TestStore store;
-  const std::string names[] = {"it's", "a'; DROP TABLE Config; --", "100%s %1$s", "line\nbreak", "a@b#/c", "\xff\xfe",
-                               std::string(255, 'n')};
+  const std::string names[] = {"it's",     "a'; DROP TABLE Config; --", "100%s %1$s", "line\nbreak", "a@b#/c",
+                               "\xff\xfe", std::string(255, 'n')};
   for (const std::string& name : names) {
     store.Set(UserAccount(name), R"({"login":"a","uid":1})");
   }
@@ -203,10 +204,12 @@ TEST(ObjectOperations, UserDataWaitsForTheEndOfBoot) {
 
 TEST(ObjectOperations, ADamagedLayerNamesItselfInTheLog) {
   TestStore store;
-  for (const auto& [text, thrown] : {std::pair("{\"method\"", "1080 Failed to parse JSON String"),
-                                     std::pair("[1]", "2000 Invalid JSON"), std::pair("", "1080 Failed to parse JSON String")}) {
+  for (const auto& [text, thrown] :
+       {std::pair("{\"method\"", "1080 Failed to parse JSON String"), std::pair("[1]", "2000 Invalid JSON"),
+        std::pair("", "1080 Failed to parse JSON String")}) {
     store.Run(std::string("INSERT OR REPLACE INTO Config(Component, ConfigGroup, Name, UserValue) VALUES ('clockd', "
-                          "'sync', 'time_source', '") + text + "');");
+                          "'sync', 'time_source', '") +
+              text + "');");
     LogCapture log(store.Root());
     EXPECT_EQ(thrown, Thrown([&] { store->Get(kTimeSource); }));
     EXPECT_EQ(0u, log.Lines()[1].find("Stored value is damaged: UserValue of component clockd group sync key "
@@ -260,7 +263,11 @@ const PlaceCase kPlaceCases[] = {
      StorageError::MISSING},
     {"Foreign", [](TestStore& s) { s.Root().Write("/etc/halden/configstore/current-store-1", std::string(8192, 'x')); },
      StorageError::DAMAGED},
-    {"NoTables", [](TestStore& s) { s.Run("DROP TABLE Config;"); s.Run("DROP TABLE KVTable;"); },
+    {"NoTables",
+     [](TestStore& s) {
+       s.Run("DROP TABLE Config;");
+       s.Run("DROP TABLE KVTable;");
+     },
      StorageError::MISSING},
 };
 

@@ -38,9 +38,9 @@ struct GuardCase {
 };
 
 void Insert(TestStore& store, const std::string& key) {
-  store->Set(ConfigStore::CreateObject(ConfigStoreObjectId("time_source", "sync", "clockd"),
-                                       R"({"method":")" + key + "\"}"),
-             USERDATA_CONTEXT());
+  store->Set(
+      ConfigStore::CreateObject(ConfigStoreObjectId("time_source", "sync", "clockd"), R"({"method":")" + key + "\"}"),
+      USERDATA_CONTEXT());
 }
 
 const GuardCase kGuardCases[] = {
@@ -122,9 +122,9 @@ TEST(StoreHandle, CallsAreLogged) {
   store->BeginTransaction();
   store->CommitTransaction();
   store->CancelTransaction();
-  EXPECT_EQ((std::vector<std::string>{"BeginTransaction invoked", "CommitTransaction invoked",
-                                      "CancelTransaction invoked."}),
-            log.Lines());
+  EXPECT_EQ(
+      (std::vector<std::string>{"BeginTransaction invoked", "CommitTransaction invoked", "CancelTransaction invoked."}),
+      log.Lines());
 }
 
 TEST(StoreHandle, AForkedChildReadsAndWritesWithoutHarm) {

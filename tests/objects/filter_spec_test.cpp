@@ -76,10 +76,9 @@ TEST(FilterSpec, SubFiltersBuildTheNestedPattern) {
   filter->CreateSubObjectFilter(SubObjectId("o"))->CreateSubObjectFilter(SubObjectId("q", "i"))->SetValue("r", 1);
   EXPECT_EQ(R"({"o":{"q":{"r":1}}})", filter->GetData());
   EXPECT_EQ("a", Chosen(filter, Instances()));
-  EXPECT_EQ("2000 SubObject filter already exists.",
-            Thrown([&] { filter->CreateSubObjectFilter(SubObjectId("o")); }));
-  EXPECT_EQ("i", filter->GetSubObjectFilter(SubObjectId("o"))->GetSubObjectFilter(SubObjectId("q", "i"))
-                     ->GetId().instanceId);
+  EXPECT_EQ("2000 SubObject filter already exists.", Thrown([&] { filter->CreateSubObjectFilter(SubObjectId("o")); }));
+  EXPECT_EQ(
+      "i", filter->GetSubObjectFilter(SubObjectId("o"))->GetSubObjectFilter(SubObjectId("q", "i"))->GetId().instanceId);
   EXPECT_EQ(nullptr, filter->GetSubObjectFilter(SubObjectId("p")));
   EXPECT_FALSE(filter->DeleteSubObjectFilter(SubObjectId("p")));
   EXPECT_TRUE(filter->DeleteSubObjectFilter(SubObjectId("o")));
@@ -105,8 +104,7 @@ TEST(FilterSpec, ChoosesAndDeletesElementsOfAnArray) {
   EXPECT_TRUE(object->GetSubObjectInstances(nullptr).empty());
   EXPECT_EQ("GetSubObjectInstances called with no filter spec object", log.Lines().back());
   const auto single = std::make_shared<FilterSpecObject>("routing", "ipstack", "netd", nullptr);
-  EXPECT_EQ("2000 Not a non-singleton object:   key routing",
-            Thrown([&] { object->GetSubObjectInstances(single); }));
+  EXPECT_EQ("2000 Not a non-singleton object:   key routing", Thrown([&] { object->GetSubObjectInstances(single); }));
   object->SetData(R"({"link":[{"name":5}]})");
   EXPECT_EQ("1032 Invalid value for key name", Thrown([&] { object->GetSubObjectInstances(filter); }));
 }

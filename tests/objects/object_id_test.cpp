@@ -37,9 +37,9 @@ TEST(ObjectId, PrintsComponentFirstAndTheInstanceOnlyWhenNamed) {
 
 TEST(ObjectId, EveryPartTellsTwoIdsApart) {
   std::unordered_map<ConfigStoreObjectId, int> ids;
-  for (const ConfigStoreObjectId& id : {ConfigStoreObjectId("a", "b", "c"), ConfigStoreObjectId("a", "b", "c", "x"),
-                                        ConfigStoreObjectId("x", "b", "c"), ConfigStoreObjectId("a", "x", "c"),
-                                        ConfigStoreObjectId("a", "b", "x"), ConfigStoreObjectId("A", "b", "c")}) {
+  for (const ConfigStoreObjectId& id :
+       {ConfigStoreObjectId("a", "b", "c"), ConfigStoreObjectId("a", "b", "c", "x"), ConfigStoreObjectId("x", "b", "c"),
+        ConfigStoreObjectId("a", "x", "c"), ConfigStoreObjectId("a", "b", "x"), ConfigStoreObjectId("A", "b", "c")}) {
     ids[id] = 1;
   }
   EXPECT_EQ(6u, ids.size());

@@ -23,8 +23,12 @@ template <class T>
 std::string Text(T value) {
   return std::to_string(value);
 }
-std::string Text(const std::string& value) { return value; }
-std::string Text(bool value) { return value ? "true" : "false"; }
+std::string Text(const std::string& value) {
+  return value;
+}
+std::string Text(bool value) {
+  return value ? "true" : "false";
+}
 
 // Returns "RESULT VALUE", or what was thrown.
 template <class T>
@@ -124,7 +128,11 @@ const SetterCase kSetterCases[] = {
     {"{}", [](WritableObject& o) { o.SetValue("a", static_cast<unsigned char>(200)); }, "{\"a\":200}"},
     {"{}", [](WritableObject& o) { o.SetValue("a", -5000000000L); }, "{\"a\":-5000000000}"},
     {"{\"a\":1,\"b\":2}", [](WritableObject& o) { o.SetValueEmptyList("a"); }, "{\"b\":2,\"a\":[]}"},
-    {"{}", [](WritableObject& o) { o.SetValue("a", std::vector<int>{1, 2}); }, "{\"a\":[1,2]}"},
+    {"{}",
+     [](WritableObject& o) {
+       o.SetValue("a", std::vector<int>{1, 2});
+     },
+     "{\"a\":[1,2]}"},
     {"{}", [](WritableObject& o) { o.SetValue("a", std::vector<std::string>{}); }, "{\"a\":[]}"},
     {"{\"a\":[1,\"x\"]}", [](WritableObject& o) { o.AppendValue("a", 2); }, "{\"a\":[1,\"x\",2]}"},
     {"{\"a\":[]}", [](WritableObject& o) { o.AppendValue("a", "lit"); }, "{\"a\":[\"lit\"]}"},
@@ -134,8 +142,7 @@ const SetterCase kSetterCases[] = {
     {"{\"a\":[\"x\"]}", [](WritableObject& o) { o.AppendValue("a", 1LL); }, "2000 Invalid type specified for: a"},
     {"{\"a\":null}", [](WritableObject& o) { o.AppendValue("a", 1); }, "2000 Invalid type specified for: a"},
     {"{}", [](WritableObject& o) { o.AppendValue("a", 1); }, "2000 Key not found: a"},
-    {"{}", [](WritableObject& o) { o.SetValue("a", static_cast<const char*>(nullptr)); },
-     "2000 value cannot be null"},
+    {"{}", [](WritableObject& o) { o.SetValue("a", static_cast<const char*>(nullptr)); }, "2000 value cannot be null"},
     {"{}", [](WritableObject& o) { o.SetValue("a", std::nan("")); }, "2000 value must be a finite number"},
     {"{\"a\":[]}", [](WritableObject& o) { o.AppendValue("a", std::numeric_limits<double>::infinity()); },
      "2000 value must be a finite number"},

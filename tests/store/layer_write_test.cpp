@@ -80,9 +80,8 @@ TEST(Writing, FailuresNameTheOperation) {
   TestStore store;
   store.Run("DROP TABLE Config;");
   const auto object = ConfigStore::CreateObject(kStackSettings, R"({"hostname":"n"})");
-  EXPECT_EQ("2000 WriteComplete failed", Thrown([&] {
-              SetInternal(object, store.Schema(kStackSettings), USERDATA_CONTEXT(), store.connection);
-            }));
+  EXPECT_EQ("2000 WriteComplete failed",
+            Thrown([&] { SetInternal(object, store.Schema(kStackSettings), USERDATA_CONTEXT(), store.connection); }));
   EXPECT_EQ("2000 Delete failed: component netd group ipstack key stack_settings",
             Thrown([&] { DeleteInternal(kStackSettings, store.connection); }));
 }
