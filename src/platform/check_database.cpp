@@ -36,8 +36,9 @@ bool Check(const std::string& path) {
   }
   // A file at rest is read without leaving a trace beside it. One that is in use
   // needs its log; it shows by that, at the latest when it was taken into use meanwhile.
+  // What was left beside a file by a crash is settled by opening it to write.
   if (!HasSideFiles(path) && Inspect(path, Access::ReadAlone)) return true;
-  return HasSideFiles(path) && Inspect(path, Access::ReadOnly);
+  return HasSideFiles(path) && (Inspect(path, Access::ReadWrite) || Inspect(path, Access::ReadOnly));
 }
 
 }  // namespace DBStore

@@ -14,6 +14,11 @@ Failure& ThreadFailure() {
   return failure;
 }
 
+Failure& ThreadOpenFailure() {
+  thread_local Failure failure;
+  return failure;
+}
+
 /// SQLite puts what it quotes of a statement between double quotes.
 std::string WithoutQuotations(int code, const std::string& words) {
   return words.find_first_of("\"'") == std::string::npos ? words : sqlite3_errstr(code);
@@ -50,6 +55,14 @@ int ReportFailure(int code, const std::string& words, const std::string& file, s
                        WithoutLiterals(statement).c_str());
   }
   return 1;
+}
+
+void KeepOpenFailure() { ThreadOpenFailure() = ThreadFailure(); }
+
+bool RecallOpenFailure() {
+  if (ThreadOpenFailure().code == SQLITE_OK) return false;
+  ThreadFailure() = ThreadOpenFailure();
+  return true;
 }
 
 }  // namespace DBStore

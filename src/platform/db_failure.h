@@ -20,4 +20,10 @@ void RecordFailure(int code, const std::string& words, const std::string& file);
 /// words that quote a piece of the statement give way to the code's own.
 int ReportFailure(int code, const std::string& words, const std::string& file, std::string_view statement = {});
 
+/// Keeps the failure on record as why the thread's last connection could not be had.
+void KeepOpenFailure();
+
+/// Records what was kept again; false when nothing was.
+bool RecallOpenFailure();
+
 }  // namespace DBStore

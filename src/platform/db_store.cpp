@@ -15,9 +15,10 @@ constexpr char kWriteKey[] =
     "ON CONFLICT(Key) DO UPDATE SET Value=excluded.Value, ModifiedTime=datetime(CURRENT_TIMESTAMP);";
 
 /// The reason that the connection could not be had says more than its absence.
+/// It was met before: by now other calls have succeeded.
 int NoConnection() {
-  if (LastFailure().code != SQLITE_OK) return 1;
-  return ReportFailure(SQLITE_CANTOPEN, "no connection", "database");
+  static_cast<void>(RecallOpenFailure() || ReportFailure(SQLITE_CANTOPEN, "no connection", "database"));
+  return 1;
 }
 
 int RunOn(const std::shared_ptr<StoreConnection>& connection, const Request& request) {
@@ -37,7 +38,10 @@ std::shared_ptr<StoreConnection> GetConnection(Type type) {
     return {};
   }
   auto connection = std::make_shared<StoreConnection>(type);
-  if (!connection->Open(WhenMissing::Record)) return {};
+  if (!connection->Open(WhenMissing::Record)) {
+    KeepOpenFailure();
+    return {};
+  }
   ClearFailure();
   return connection;
 }

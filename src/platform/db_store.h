@@ -46,6 +46,19 @@ int CreateDatabases();
 /// has the tables of a store.
 bool Check(const std::string& path);
 
+/// Copies the database at `source` onto the one at `destination`, which is
+/// created when it is missing (0600) and is afterwards one file without a
+/// write-ahead log; all of it or nothing. What happens is said in syslog.
+/// Returns 0, SQLite's code when the copying could not begin, or 1: it failed, or
+/// the databases stayed busy for ten attempts a second apart. A missing source is
+/// never created; neither path may be an address ("file:") or name the other's file.
+int Backup(const std::string& source, const std::string& destination);
+
+/// Opens a copy of the store in memory, for trying statements out: nothing that
+/// is done there reaches the disk. Returns an empty pointer when the store cannot
+/// be read.
+std::shared_ptr<StoreConnection> OpenPrivateCopy();
+
 /// Begin and commit the innermost transaction; the outermost begins as a writer.
 int BeginTransaction(const std::shared_ptr<StoreConnection>& connection);
 int CommitTransaction(const std::shared_ptr<StoreConnection>& connection);

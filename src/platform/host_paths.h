@@ -10,14 +10,22 @@ namespace HaldenLib {
 
 constexpr char kStoreDirectory[] = "/etc/halden/configstore";
 constexpr char kStoreFile[] = "/etc/halden/configstore/current-store-1";
+constexpr char kSchemaStoreDirectory[] = "/etc/halden/schemastore";
 constexpr char kSchemaStoreFile[] = "/etc/halden/schemastore/schema-store-1";
+constexpr char kBackupDirectory[] = "/var/lib/halden/configstore/backup";
+constexpr char kBackupFile[] = "/var/lib/halden/configstore/backup/current-store-1";
+constexpr char kFirstBootBackupFile[] = "/var/lib/halden/configstore/firstbootBackup/current-store-1";
+constexpr char kConfigurationDirectory[] = "/etc/halden";
 constexpr char kPreferencesFile[] = "/etc/halden/preferences";
 constexpr char kFeaturesFile[] = "/etc/halden/features";
 constexpr char kSyslogFile[] = "/var/log/syslog";  // under a root only
+constexpr char kMountRecordFile[] = "/etc/mtab";   // likewise
 constexpr char kKernelLogDirectory[] = "/var/log/";
 constexpr char kLogDirectory[] = "/tmp/";
 constexpr char kComponentsDirectory[] = "/usr/lib/halden/configmanager/components";
 constexpr char kApplyModulesDirectory[] = "/usr/lib/halden/configmanager/apply_modules";
+constexpr char kPython[] = "/bin/python";
+constexpr char kFileTracker[] = "/usr/lib/halden/configmanager/bin/file-tracker";
 
 /// Sets the root: empty, or an absolute path. Returns false, and changes
 /// nothing, for any other text. Without a call HALDEN_ROOT decides, read once

@@ -18,7 +18,9 @@ constexpr size_t kMaxChunk = size_t{64} << 10;
 
 // A parsed text takes about twice its length; small objects are kept by the
 // hundred thousand, so their chunks must not be larger than they need.
-size_t ChunkFor(size_t textLength) { return std::clamp(textLength * 2, kMinChunk, kMaxChunk); }
+size_t ChunkFor(size_t textLength) {
+  return std::clamp(textLength * 2, kMinChunk, kMaxChunk);
+}
 
 JsonHeap* SharedHeap() {
   static JsonHeap heap;

@@ -24,7 +24,9 @@ inline JsonValue TextValue(std::string_view text, JsonAllocator& allocator) {
 }
 
 /// Returns the whole text of a string value, NUL bytes included.
-inline std::string_view TextOf(const JsonValue& value) { return {value.GetString(), value.GetStringLength()}; }
+inline std::string_view TextOf(const JsonValue& value) {
+  return {value.GetString(), value.GetStringLength()};
+}
 
 /// Returns the member `name` of an object, or null. Throws "Invalid JSON" when
 /// `object` is none.

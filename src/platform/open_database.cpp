@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <string_view>
+#include <utility>
 
 #include "platform/db_failure.h"
 #include "platform/db_store.h"
@@ -75,14 +76,19 @@ int RefineOpenFailure(sqlite3* database, int code) {
   return reason == EACCES || reason == EPERM ? SQLITE_PERM : code;
 }
 
-Database OpenOnce(const std::string& path, Access access) {
-  int code = SQLITE_OK;
-  Database database = OpenFile(path, access, &code);
+/// Returns the configured database, or the reason reported that there is none.
+Database Finish(Database database, int code, const std::string& path) {
   if (code == SQLITE_OK) code = Configure(database.get());
   if (code == SQLITE_OK) return database;
   code = RefineOpenFailure(database.get(), code);
   ReportFailure(code, sqlite3_errstr(code), path);
   return {};
+}
+
+Database OpenOnce(const std::string& path, Access access) {
+  int code = SQLITE_OK;
+  Database database = OpenFile(path, access, &code);
+  return Finish(std::move(database), code, path);
 }
 
 void ReportUnusable(int code, const std::string& path, WhenMissing whenMissing) {
@@ -127,6 +133,15 @@ Database OpenDatabase(const std::string& path, Access access, WhenMissing whenMi
   } while (database != nullptr && IdentifyFile(path, &after) == SQLITE_OK && !(before == after));
   if (identity != nullptr) *identity = before;
   return database;
+}
+
+Database OpenInMemory() {
+  constexpr char kMemory[] = ":memory:";
+  SeparateFromParent();
+  sqlite3* database = nullptr;
+  constexpr int kFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_READWRITE;
+  const int code = sqlite3_open_v2(kMemory, &database, kFlags, HostVfsName());
+  return Finish(Database(database), code, kMemory);
 }
 
 }  // namespace DBStore

@@ -42,4 +42,7 @@ enum class WhenMissing { Record, Report };
 /// when that fails. `identity` (may be null) gets which file was opened.
 Database OpenDatabase(const std::string& path, Access access, WhenMissing whenMissing, FileIdentity* identity);
 
+/// Opens an empty database in memory, with the same settings.
+Database OpenInMemory();
+
 }  // namespace DBStore

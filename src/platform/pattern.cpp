@@ -7,9 +7,9 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "platform/host_log.h"
+#include "platform/pattern_size.h"
 
 namespace OrvoConfigStore {
 
@@ -22,171 +22,19 @@ constexpr size_t kMaxStates = 16384;
 
 constexpr size_t kMaxBacktrackingBytes = 512;
 constexpr size_t kBacktrackingSteps = size_t{1} << 20;
-constexpr size_t kBaseSteps = size_t{4} << 20;
-constexpr size_t kStepsPerByte = 8;
+constexpr size_t kBaseSteps = size_t{8} << 20;
+constexpr size_t kStepsPerByte = 10;
 constexpr uintptr_t kMaxMatchStack = uintptr_t{1} << 20;
 
 constexpr size_t kKeptPatterns = 256;
 constexpr size_t kKeptStates = size_t{16} * kMaxStates;
-
-// An upper bound of what a piece of a pattern compiles to.
-struct Size {
-  size_t states = 0;
-  size_t lookaheads = 0;
-
-  void Add(const Size& other) {
-    states = Capped(states + other.states);
-    lookaheads = Capped(lookaheads + other.lookaheads);
-  }
-  void Repeat(size_t times) {
-    states = Capped(Capped(states) * times);
-    lookaheads = Capped(Capped(lookaheads) * times);
-  }
-
-  static constexpr size_t kCap = size_t{1} << 30;  // keeps products in range
-  static size_t Capped(size_t n) { return std::min(n, kCap); }
-};
-
-// Measures a pattern without recursion, before the library's own parser sees it.
-// The text need not be well formed: what is no pattern is refused later.
-class Measure {
- public:
-  explicit Measure(std::string_view text) : text_(text) {
-    while (at_ < text_.size()) Next();
-    while (groups_.size() > 1) Close();
-  }
-
-  Size Total() const { return groups_.front().Total(); }
-  size_t Nesting() const { return nesting_; }
-
- private:
-  // The terms of one group; the last one apart, since a quantifier may follow.
-  struct Group {
-    bool lookahead = false;
-    Size before;
-    Size last;
-
-    Size Total() const {
-      Size total = before;
-      total.Add(last);
-      return total;
-    }
-  };
-
-  void Next() {
-    const char c = text_[at_++];
-    switch (c) {
-      case '\\':
-        return Escape();
-      case '[':
-        return Class();
-      case '(':
-        return Open();
-      case ')':
-        return Close();
-      case '|':
-        return Term({2, 0});
-      case '*':
-      case '+':
-      case '?':
-        return groups_.back().last.Add({2, 0});
-      case '{':
-        return Braces();
-      default:
-        return Term({1, 0});
-    }
-  }
-
-  void Term(const Size& size) {
-    Group& group = groups_.back();
-    group.before.Add(group.last);
-    group.last = size;
-  }
-
-  bool SkipIf(char c) {
-    const bool there = at_ < text_.size() && text_[at_] == c;
-    at_ += there;
-    return there;
-  }
-
-  void SkipEscaped() {
-    if (SkipIf('c'))
-      ++at_;  // "\c(" is one character
-    else
-      ++at_;
-  }
-
-  void Escape() {
-    SkipEscaped();
-    Term({1, 0});
-  }
-
-  void Class() {
-    while (at_ < text_.size() && !SkipIf(']')) {
-      const char c = text_[at_++];
-      if (c == '\\') SkipEscaped();
-      if (c == '[' && at_ < text_.size() && std::string_view(".:=").find(text_[at_]) != std::string_view::npos) {
-        SkipNamed(text_[at_++]);
-      }
-    }
-    Term({1, 0});
-  }
-
-  // "[:alpha:]" within a class; its "]" does not end the class.
-  void SkipNamed(char mark) {
-    at_ = std::min(text_.find(mark, at_), text_.size());
-    SkipIf(mark);
-    SkipIf(']');
-  }
-
-  void Open() {
-    const bool special = SkipIf('?');
-    Group group;
-    group.lookahead = special && (SkipIf('=') || SkipIf('!'));
-    if (special && !group.lookahead) SkipIf(':');
-    groups_.push_back(group);
-    nesting_ = std::max(nesting_, groups_.size() - 1);
-  }
-
-  void Close() {
-    if (groups_.size() == 1) return;
-    Size size = groups_.back().Total();
-    size.Add({2, groups_.back().lookahead ? size_t{1} : size_t{0}});
-    groups_.pop_back();
-    Term(size);
-  }
-
-  size_t Number() {
-    size_t number = 0;
-    for (; at_ < text_.size() && text_[at_] >= '0' && text_[at_] <= '9'; ++at_) {
-      number = Size::Capped(number * 10 + static_cast<size_t>(text_[at_] - '0'));
-    }
-    return number;
-  }
-
-  void Braces() {
-    const size_t least = Number();
-    const bool range = SkipIf(',');
-    const size_t most = std::max(least + 1, range ? Number() : 0);
-    SkipIf('}');
-    Size& repeated = groups_.back().last;
-    if (range) repeated.Add({2, 0});
-    repeated.Repeat(most);
-    repeated.Add({2, 0});
-  }
-
-  std::string_view text_;
-  size_t at_ = 0;
-  size_t nesting_ = 0;
-  std::vector<Group> groups_{1};
-};
 
 struct GivenUp {};
 
 // What one match may still spend, in steps and in stack.
 class Effort {
  public:
-  explicit Effort(size_t steps, size_t perByte) : steps_(steps), perByte_(perByte), top_(StackPlace()) {}
+  Effort(size_t steps, size_t perByte) : steps_(steps), perByte_(perByte), top_(StackPlace()) {}
 
   void Step() { Spend(1); }
   void Byte() { Spend(perByte_); }
@@ -309,16 +157,16 @@ PatternCache& ThisThreadsPatterns() {
 }
 
 // Returns why the text is not even tried; empty when it is.
-std::string BoundExceeded(const std::string& text, const Measure& measure) {
+std::string BoundExceeded(const std::string& text, const PatternSize& size) {
   if (text.size() > kMaxPatternBytes) return "longer than " + std::to_string(kMaxPatternBytes) + " bytes";
-  if (measure.Nesting() > kMaxNesting) return "nested deeper than " + std::to_string(kMaxNesting) + " levels";
-  if (measure.Total().states <= kMaxStates) return "";
+  if (size.nesting > kMaxNesting) return "nested deeper than " + std::to_string(kMaxNesting) + " levels";
+  if (size.states <= kMaxStates) return "";
   return "larger than " + std::to_string(kMaxStates) + " states with its repeats written out";
 }
 
 // Every byte may visit all states; a lookahead sets up a match of its own.
-size_t StepsPerByte(const Size& size) {
-  const size_t visits = 1 + size.states / 16;
+size_t StepsPerByte(const PatternSize& size) {
+  const size_t visits = 1 + size.states / 8;
   return visits + size.lookaheads * (visits + 8);
 }
 
@@ -327,12 +175,12 @@ size_t StepsPerByte(const Size& size) {
 std::shared_ptr<const Pattern> Pattern::Get(const std::string& text, std::string* reason) {
   PatternCache& cache = ThisThreadsPatterns();
   if (auto kept = cache.Find(text)) return kept;
-  const Measure measure(std::string_view(text).substr(0, kMaxPatternBytes));
-  *reason = BoundExceeded(text, measure);
+  const PatternSize size = MeasurePattern(std::string_view(text).substr(0, kMaxPatternBytes));
+  *reason = BoundExceeded(text, size);
   if (!reason->empty()) return nullptr;
   try {
-    auto pattern = std::make_shared<const Pattern>(text, StepsPerByte(measure.Total()));
-    cache.Keep(text, pattern, measure.Total().states);
+    auto pattern = std::make_shared<const Pattern>(text, StepsPerByte(size));
+    cache.Keep(text, pattern, size.states);
     return pattern;
   } catch (const std::regex_error& error) {
     *reason = error.what();
@@ -355,7 +203,9 @@ Pattern::Pattern(const std::string& text, size_t stepsPerByte) : stepsPerByte_(s
 
 bool Pattern::Matches(const char* value, size_t length) const {
   if (backtracking_ && length > kMaxBacktrackingBytes) return false;
-  Effort effort(backtracking_ ? kBacktrackingSteps : kBaseSteps + kStepsPerByte * length, stepsPerByte_);
+  // A pass at the pattern's own rate, where that is moderate, and as much again.
+  const size_t linearSteps = kBaseSteps + (kStepsPerByte + std::min(stepsPerByte_, kStepsPerByte)) * length;
+  Effort effort(backtracking_ ? kBacktrackingSteps : linearSteps, stepsPerByte_);
   try {
     return std::regex_match(Place(value, &effort), Place(value + length, &effort), regex_);
   } catch (const GivenUp&) {

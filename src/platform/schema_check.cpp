@@ -15,7 +15,9 @@ using OrvoConfigStore::FindValue;
 using OrvoConfigStore::Pattern;
 using OrvoConfigStore::TextOf;
 
-bool IsTrue(const JsonValue* value) { return value != nullptr && value->IsTrue(); }
+bool IsTrue(const JsonValue* value) {
+  return value != nullptr && value->IsTrue();
+}
 
 bool IsText(const JsonValue* value, std::string_view text) {
   return value != nullptr && value->IsString() && TextOf(*value) == text;
@@ -25,11 +27,21 @@ bool IsTextList(const JsonValue& value) {
   return value.IsArray() && std::all_of(value.Begin(), value.End(), [](const JsonValue& v) { return v.IsString(); });
 }
 
-bool IsFlag(const JsonValue& value) { return value.IsBool(); }
-bool IsWord(const JsonValue& value) { return value.IsString(); }
-bool IsNode(const JsonValue& value) { return value.IsObject(); }
-bool IsLength(const JsonValue& value) { return value.IsInt() && value.GetInt() >= 0; }
-bool IsIdentifierMark(const JsonValue& value) { return value.IsBool() || value.IsString(); }
+bool IsFlag(const JsonValue& value) {
+  return value.IsBool();
+}
+bool IsWord(const JsonValue& value) {
+  return value.IsString();
+}
+bool IsNode(const JsonValue& value) {
+  return value.IsObject();
+}
+bool IsLength(const JsonValue& value) {
+  return value.IsInt() && value.GetInt() >= 0;
+}
+bool IsIdentifierMark(const JsonValue& value) {
+  return value.IsBool() || value.IsString();
+}
 
 bool IsUnionTag(const JsonValue& value) {
   if (!value.IsObject()) return false;
@@ -59,7 +71,8 @@ const KeywordRule kKeywordRules[] = {
     {"cached", IsFlag, "\"cached\" must be true or false."},
     {"storeSpecific", IsFlag, "\"storeSpecific\" must be true or false."},
     {"reference", IsWord, "\"reference\" must be a string."},
-    {"optionDependency", IsUnionTag, "\"optionDependency\" must hold a string \"name\" and a list of strings \"value\"."},
+    {"optionDependency", IsUnionTag,
+     "\"optionDependency\" must hold a string \"name\" and a list of strings \"value\"."},
 };
 
 // The number that bounds a value must be stored as the value itself is.
@@ -190,8 +203,8 @@ class Checker {
   void CheckIdentifier(const JsonValue& items, const std::string& idKey, const std::string& path) {
     if (!IsText(Keyword(items, "type"), "object")) return Report(path + "/type", "Instances must be objects.");
     const JsonValue* properties = Keyword(items, "properties");
-    const JsonValue* identifier = properties == nullptr || !properties->IsObject() ? nullptr
-                                                                                   : Keyword(*properties, idKey.c_str());
+    const JsonValue* identifier =
+        properties == nullptr || !properties->IsObject() ? nullptr : Keyword(*properties, idKey.c_str());
     const std::string where = path + "/properties/" + idKey;
     if (identifier == nullptr || !identifier->IsObject()) return Report(where, "The identifier is not described.");
     if (!IsText(Keyword(*identifier, "type"), "string")) Report(where, "The identifier must be a string.");

@@ -23,7 +23,9 @@ bool IsText(const JsonValue* value, std::string_view text) {
   return value != nullptr && value->IsString() && TextOf(*value) == text;
 }
 
-bool IsArrayNode(const JsonValue& node) { return IsText(Find(node, "type"), "array"); }
+bool IsArrayNode(const JsonValue& node) {
+  return IsText(Find(node, "type"), "array");
+}
 
 // Calls visit(name, node) for each property of an object node.
 template <class Visit>
@@ -101,10 +103,18 @@ SchemaObject::SchemaObject(const SchemaRecord& record)
   defaults_->document.AddMember(TextValue(record.key, defaults_->allocator), values, defaults_->allocator);
 }
 
-bool SchemaObject::IsSingleton() const { return !IsArrayNode(schema_->document); }
-const std::string& SchemaObject::GetVersion() const { return version_; }
-bool SchemaObject::IsNoRestore() const { return noRestore_; }
-const JsonValue& SchemaObject::GetJson() const { return schema_->document; }
+bool SchemaObject::IsSingleton() const {
+  return !IsArrayNode(schema_->document);
+}
+const std::string& SchemaObject::GetVersion() const {
+  return version_;
+}
+bool SchemaObject::IsNoRestore() const {
+  return noRestore_;
+}
+const JsonValue& SchemaObject::GetJson() const {
+  return schema_->document;
+}
 
 const JsonValue& SchemaObject::GetObjectNode() const {
   return IsSingleton() ? schema_->document : schema_->document["items"];
@@ -115,8 +125,14 @@ bool SchemaObject::IsGeneratedId() const {
   return idKey != nullptr && TextOf(*idKey) == OrvoConfigStore::kGeneratedId;
 }
 
-bool SchemaObject::HasSecrets() const { return hasSecrets_; }
-const std::shared_ptr<JsonStorage>& SchemaObject::GetIdMap() const { return idMap_; }
-const std::shared_ptr<JsonStorage>& SchemaObject::GetDefaults() const { return defaults_; }
+bool SchemaObject::HasSecrets() const {
+  return hasSecrets_;
+}
+const std::shared_ptr<JsonStorage>& SchemaObject::GetIdMap() const {
+  return idMap_;
+}
+const std::shared_ptr<JsonStorage>& SchemaObject::GetDefaults() const {
+  return defaults_;
+}
 
 }  // namespace OrvoSchemaStore

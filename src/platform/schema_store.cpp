@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <ctime>
 #include <unordered_map>
 #include <utility>
@@ -21,6 +22,7 @@ constexpr char kColumns[] = "SELECT PakId, Component, ConfigGroup, Name, Version
 constexpr char kInsert[] =
     "INSERT OR REPLACE INTO ConfigSchema(PakId, Component, ConfigGroup, Name, Value, Version, Success, NoRestore) "
     "VALUES (?, ?, ?, ?, ?, ?, 1, ?);";
+constexpr char kDeletePackage[] = "DELETE FROM ConfigSchema WHERE PakId=?;";
 
 constexpr long kNanosecondsPerSecond = 1000000000;
 // A file may be written twice within the grain of its time stamp; a younger
@@ -61,10 +63,12 @@ FileState LookAtFile() {
   return state;
 }
 
-std::string TextOrEmpty(const char* text) { return text == nullptr ? std::string() : std::string(text); }
+std::string TextOrEmpty(const char* text) {
+  return text == nullptr ? std::string() : std::string(text);
+}
 
 int AppendRecord(void* context, int, char** texts, char**) {
-  SchemaRecord record{TextOrEmpty(texts[0]), TextOrEmpty(texts[1]), TextOrEmpty(texts[2]), TextOrEmpty(texts[3]),
+  SchemaRecord record{TextOrEmpty(texts[0]), TextOrEmpty(texts[1]), TextOrEmpty(texts[2]),       TextOrEmpty(texts[3]),
                       TextOrEmpty(texts[4]), TextOrEmpty(texts[6]), TextOrEmpty(texts[5]) == "1"};
   static_cast<std::vector<SchemaRecord>*>(context)->push_back(std::move(record));
   return 0;
@@ -80,13 +84,24 @@ std::vector<SchemaRecord> ReadRecords(const std::string& condition) {
   return records;
 }
 
+// Whether every row of the packages is gone.
+bool DeletePackages(const Connection& connection, const std::vector<std::string>& packages) {
+  return std::all_of(packages.begin(), packages.end(), [&connection](const std::string& package) {
+    return DBStore::Execute(connection, kDeletePackage, {package}, {DBStore::VALUE_TEXT}, DBStore::kBusyTimeout) == 0;
+  });
+}
+
 // Whether every record was written.
 bool WriteRecords(const Connection& connection, const std::vector<SchemaRecord>& records) {
   const std::vector<int> types = {DBStore::VALUE_TEXT, DBStore::VALUE_TEXT, DBStore::VALUE_TEXT,   DBStore::VALUE_TEXT,
                                   DBStore::VALUE_TEXT, DBStore::VALUE_TEXT, DBStore::VALUE_INTEGER};
   for (const SchemaRecord& record : records) {
-    const std::vector<std::string> values = {record.package, record.component, record.group,
-                                             record.key,     record.schema,    record.version,
+    const std::vector<std::string> values = {record.package,
+                                             record.component,
+                                             record.group,
+                                             record.key,
+                                             record.schema,
+                                             record.version,
                                              record.noRestore ? "1" : "0"};
     if (DBStore::Execute(connection, kInsert, values, types, DBStore::kBusyTimeout) != 0) return false;
   }
@@ -139,19 +154,20 @@ std::shared_ptr<SchemaObject> SchemaStore::GetSchema(const std::string& componen
   const std::string name = component + '\0' + group + '\0' + key;
   std::shared_ptr<SchemaObject> schema = cache_->Find(name);
   if (schema != nullptr) return schema;
-  const std::vector<SchemaRecord> records = ReadRecords(
-      FormatSql(" WHERE Component='%s' and ConfigGroup='%s' and Name='%s';", {component, group, key}));
+  const std::vector<SchemaRecord> records =
+      ReadRecords(FormatSql(" WHERE Component='%s' and ConfigGroup='%s' and Name='%s';", {component, group, key}));
   if (records.empty()) return nullptr;
   schema = std::make_shared<SchemaObject>(records.front());
   (*cache_)[name] = schema;
   return schema;
 }
 
-void SchemaStore::SetSchema(const std::vector<SchemaRecord>& records) {
+void SchemaStore::SetSchema(const std::vector<SchemaRecord>& records, const std::vector<std::string>& processed) {
   const Connection connection = DBStore::GetConnection(DBStore::TYPE_SCHEMA_STORE);
   bool written = false;
   if (connection != nullptr && DBStore::BeginTransaction(connection) == 0) {
-    written = WriteRecords(connection, records) && DBStore::CommitTransaction(connection) == 0;
+    written = DeletePackages(connection, processed) && WriteRecords(connection, records) &&
+              DBStore::CommitTransaction(connection) == 0;
     if (!written) DBStore::CancelTransaction(connection);
   }
   if (!written) ThrowPlatformFailure("Failed to write the schema store.");

@@ -80,10 +80,11 @@ class SchemaStore {
   std::shared_ptr<SchemaObject> GetSchema(const std::string& component, const std::string& group,
                                           const std::string& key);
 
-  /// Registers types, all or none, replacing those that are registered already.
-  /// The records have passed CheckSchemaRecord. Throws ConfigStoreException(2000)
+  /// Registers types, all or none, replacing those that are registered already;
+  /// other types of the packages `processed` are no longer registered afterwards.
+  /// The records have passed CheckSchemaText. Throws ConfigStoreException(2000)
   /// when the store cannot be written.
-  void SetSchema(const std::vector<SchemaRecord>& records);
+  void SetSchema(const std::vector<SchemaRecord>& records, const std::vector<std::string>& processed = {});
 
   /// Returns every registered type, sorted by component, group and key. Throws
   /// as GetSchema does; without a schema store there is none.

@@ -183,7 +183,7 @@ int StoreConnection::Prepare(const std::string& text, std::optional<StatementUse
 }
 
 bool StoreConnection::BeginsWrite(sqlite3_stmt* statement) const {
-  return sqlite3_stmt_readonly(statement) == 0 && running_ == 0 && !IsInTransaction();
+  return sqlite3_stmt_readonly(statement) == 0 && !IsInTransaction();
 }
 
 int StoreConnection::Step(sqlite3_stmt* statement, const Request& request) {

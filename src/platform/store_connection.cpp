@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 #include "platform/db_failure.h"
 #include "platform/host_paths.h"
 #include "platform/wal_upkeep.h"
@@ -10,8 +12,12 @@ namespace DBStore {
 
 StoreConnection::StoreConnection(Type type)
     : path_(type == TYPE_STORE ? HaldenLib::kStoreFile : HaldenLib::kSchemaStoreFile),
+      isPrivate_(false),
       hasLog_(type == TYPE_STORE),
       owner_(getpid()) {}
+
+StoreConnection::StoreConnection(Database copy)
+    : path_(HaldenLib::kStoreFile), isPrivate_(true), hasLog_(false), database_(std::move(copy)), owner_(getpid()) {}
 
 StoreConnection::~StoreConnection() {
   AbandonInChild();
@@ -19,6 +25,7 @@ StoreConnection::~StoreConnection() {
 }
 
 bool StoreConnection::Open(WhenMissing whenMissing) {
+  if (isPrivate_) return Fail(SQLITE_MISUSE, "a private copy belongs to the process that made it") == 0;
   database_ = OpenDatabase(path_, Access::ReadWrite, whenMissing, &file_);
   if (database_ == nullptr) return false;
   WatchLog(database_.get(), &logPages_);
@@ -51,6 +58,7 @@ bool StoreConnection::EnsureOwnHandle() {
 }
 
 bool StoreConnection::HasMoved() const {
+  if (isPrivate_) return false;
   FileIdentity now;
   return IdentifyFile(path_, &now) != SQLITE_OK || !(now == file_);
 }
@@ -64,11 +72,13 @@ void StoreConnection::SetBusyTimeout(int timeoutMs) {
 /// What precedes every write transaction, also that of a single statement. May
 /// replace the handle, so no statement of it may be held meanwhile.
 bool StoreConnection::PrepareToWrite(int timeoutMs) {
+  const bool isReading = running_ > 0;  // a row callback writes
   if (HasMoved()) {
+    if (isReading) return Fail(SQLITE_READONLY_DBMOVED, "the file was replaced while it is read") == 0;
     Close();
     if (!Open(WhenMissing::Report)) return false;
   }
-  if (!hasLog_) return true;
+  if (!hasLog_ || isReading) return true;
   SetBusyTimeout(0);
   if (!isLogEnsured_) EnsureWriteAheadLog(database_.get(), path_);
   isLogEnsured_ = true;

@@ -40,6 +40,9 @@ struct Request {
 class StoreConnection {
  public:
   explicit StoreConnection(Type type);
+  /// A connection over a private copy of the store: no file stands behind it, and
+  /// it cannot be opened again.
+  explicit StoreConnection(Database copy);
   ~StoreConnection();
   StoreConnection(const StoreConnection&) = delete;
   StoreConnection& operator=(const StoreConnection&) = delete;
@@ -84,6 +87,7 @@ class StoreConnection {
   void PopLevel();
 
   const std::string path_;
+  const bool isPrivate_;
   const bool hasLog_;  // the store has a write-ahead log, the schema store has none
   Database database_;
   FileIdentity file_;

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <set>
 
 #include "platform/host_log.h"
@@ -167,6 +168,25 @@ TEST_F(StoreFiles, ConnectionFollowsAReplacedFileBeforeItWrites) {
     Remove();
     ASSERT_EQ(0, CreateDatabases());
   }
+}
+
+TEST_F(StoreFiles, ConnectionIsNotReplacedUnderItsOwnReading) {
+  struct Context {
+    std::function<void()> replace;
+    Connection connection;
+    int result;
+  } context{[this] { Replace("restored"); }, host_.Connect(), 0};
+  ASSERT_EQ(0, host_.Put(context.connection, "old"));
+  const RowCallback write = [](void* given, int, char**, char**) {
+    Context& each = *static_cast<Context*>(given);
+    each.replace();
+    each.result = TestDatabase::Put(each.connection, "lost");
+    return 0;
+  };
+  EXPECT_EQ(0, ExecuteV2(context.connection, "SELECT * FROM KVTable", write, &context, 0));
+  EXPECT_EQ(1, context.result) << "the file that is read has no name any more";
+  EXPECT_EQ(0, host_.Put(context.connection, "new"));
+  EXPECT_EQ("restored new", host_.StoredKeys());
 }
 
 TEST_F(StoreFiles, ClosingAConnectionLeavesTheLogOfTheNewFileAlone) {

@@ -13,155 +13,8 @@ using namespace DBStore;
 
 namespace {
 
+namespace fs = std::filesystem;
 using Connection = TestDatabase::Connection;
-
-const char kAllNames[] =
-    "SELECT group_concat(name, ' ') FROM (SELECT name FROM sqlite_schema WHERE sql NOT NULL ORDER BY 1)";
-
-TEST(CreateDatabases, MakesBothFilesForTheirOwnerAlone) {
-  const TestDatabase host;
-  EXPECT_EQ("Config ConfigSchema DefaultConfig DesiredUserConfig KVTable UpgradeStatus updateModifiedTime",
-            host.Query(host.Connect(), kAllNames));
-  EXPECT_EQ("ConfigSchema", host.Query(GetConnection(TYPE_SCHEMA_STORE), kAllNames));
-  EXPECT_EQ("delete", host.Query(GetConnection(TYPE_SCHEMA_STORE), "PRAGMA journal_mode"));
-  struct stat status;
-  for (const char* file : {HaldenLib::kStoreFile, HaldenLib::kSchemaStoreFile}) {
-    ASSERT_EQ(0, stat(host.root.Resolve(file).c_str(), &status));
-    EXPECT_EQ(S_IFREG | 0600u, status.st_mode);
-  }
-  ASSERT_EQ(0, stat(host.root.Resolve(HaldenLib::kStoreDirectory).c_str(), &status));
-  EXPECT_EQ(S_IFDIR | 0700u, status.st_mode);
-}
-
-TEST(CreateDatabases, AddsWhatIsMissingAndKeepsTheRest) {
-  const TestDatabase host;
-  ASSERT_EQ(0, host.Put(host.Connect(), "kept"));
-  ASSERT_EQ(0, host.Run(host.Connect(), "DROP TABLE DefaultConfig"));
-  ASSERT_EQ(0, host.Run(host.Connect(), "CREATE TABLE Guest(a)"));
-  ASSERT_EQ(0, CreateDatabases());
-  EXPECT_EQ("Config ConfigSchema DefaultConfig DesiredUserConfig Guest KVTable UpgradeStatus updateModifiedTime",
-            host.Query(host.Connect(), kAllNames));
-  EXPECT_EQ("kept", host.StoredKeys());
-}
-
-TEST(CreateDatabases, RepairsAFileThatIsStillEmptyAndPlaysNoOldLogIntoIt) {
-  const TestDatabase host;
-  const Connection holdsTheLog = host.Connect();
-  ASSERT_EQ(0, host.Put(holdsTheLog, "old"));
-  const std::string log = host.root.Read(std::string(HaldenLib::kStoreFile) + "-wal");
-  ASSERT_FALSE(log.empty());
-  const TempRoot other;
-  other.Write(HaldenLib::kStoreFile, "");
-  other.Write(std::string(HaldenLib::kStoreFile) + "-wal", log);
-  ASSERT_EQ(0, CreateDatabases());
-  EXPECT_EQ("-", host.StoredKeys());
-  EXPECT_TRUE(Check(HaldenLib::kStoreFile));
-}
-
-TEST(CreateDatabases, MayRunInManyProcessesAtOnce) {
-  for (int round = 0; round < 5; ++round) {
-    const TempRoot root;
-    const int result = InChild([] {
-      pid_t children[6];
-      for (pid_t& child : children) {
-        child = fork();
-        if (child == 0) _exit(CreateDatabases());
-      }
-      int failures = 0;
-      for (const pid_t child : children) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        failures += status == 0 ? 0 : 1;
-      }
-      return failures;
-    });
-    EXPECT_EQ(0, result);
-    EXPECT_TRUE(Check(HaldenLib::kStoreFile));
-    EXPECT_EQ("wal", TestDatabase::JournalMode());
-  }
-}
-
-// What lies in the store's place.
-struct PlaceCase {
-  const char* name;
-  void (*make)(const std::string& path);
-  int code;
-};
-
-const PlaceCase kPlaceCases[] = {
-    {"Missing", [](const std::string&) {}, SQLITE_CANTOPEN},
-    {"Directory", [](const std::string& path) { mkdir(path.c_str(), 0700); }, SQLITE_CANTOPEN_ISDIR},
-    {"Fifo", [](const std::string& path) { mkfifo(path.c_str(), 0600); }, SQLITE_NOTADB},
-    {"Link",
-     [](const std::string& path) {
-       std::filesystem::rename(path + "-real", path + "-file");
-       std::filesystem::create_symlink(path + "-file", path);
-     },
-     SQLITE_CANTOPEN_SYMLINK},
-    {"DanglingLink", [](const std::string& path) { std::filesystem::create_symlink("nowhere", path); },
-     SQLITE_CANTOPEN_SYMLINK},
-};
-
-class StorePlace : public testing::TestWithParam<PlaceCase> {};
-
-TEST_P(StorePlace, IsOpenedOnlyWhenItIsARegularFile) {
-  const TestDatabase host;
-  HaldenLib::Log_InitWithSyslogInt("test", {});
-  const std::string path = host.root.Resolve(HaldenLib::kStoreFile);
-  std::filesystem::rename(path, path + "-real");
-  GetParam().make(path);
-  EXPECT_EQ(nullptr, host.Connect());
-  EXPECT_EQ(GetParam().code, LastFailure().code);
-  EXPECT_EQ(GetParam().code == SQLITE_CANTOPEN ? 0u : 1u, host.root.Syslog().size());
-  EXPECT_EQ(std::string::npos, LastFailure().message.find(host.root.Path())) << "the host's own path is named";
-  EXPECT_FALSE(Check(HaldenLib::kStoreFile));
-  EXPECT_EQ(GetParam().code == SQLITE_CANTOPEN ? 0 : 1, CreateDatabases());
-  HaldenLib::Log_Exit();
-}
-
-INSTANTIATE_TEST_SUITE_P(Places, StorePlace, testing::ValuesIn(kPlaceCases),
-                         [](const auto& test) { return std::string(test.param.name); });
-
-TEST(ForeignFile, IsNotChanged) {
-  const TempRoot root;
-  const std::string store = std::string("SQLite format 3") + '\0' + std::string(5000, 'x');
-  for (const std::string& content : {std::string("not a database"), std::string(5000, 'x'), store}) {
-    root.Write(HaldenLib::kStoreFile, content);
-    const Connection connection = TestDatabase::Connect();
-    EXPECT_EQ(1, BeginTransaction(connection));
-    EXPECT_EQ(1, TestDatabase::Put(connection, "k"));
-    EXPECT_EQ(1, CreateDatabases());
-    EXPECT_FALSE(Check(HaldenLib::kStoreFile));
-    EXPECT_EQ(content, root.Read(HaldenLib::kStoreFile));
-  }
-}
-
-TEST(Check, LeavesNothingBesideTheFile) {
-  const TestDatabase host;
-  const std::string path = host.root.Resolve(HaldenLib::kStoreFile);
-  host.root.Write("/b/copy #1%20?", host.root.Read(HaldenLib::kStoreFile));
-  EXPECT_TRUE(Check("/b/copy #1%20?"));
-  EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(host.root.Resolve("/b")), {}));
-  EXPECT_FALSE(Check("file:/b/copy"));
-  EXPECT_FALSE(Check("/b/none"));
-}
-
-TEST(Check, ReadsTheLogOfAStoreInUse) {
-  const TestDatabase host;
-  const Connection connection = host.Connect();
-  ASSERT_EQ(0, host.Run(connection, "ALTER TABLE KVTable RENAME TO Gone"));
-  EXPECT_FALSE(Check(HaldenLib::kStoreFile));
-  ASSERT_EQ(0, host.Run(connection, "ALTER TABLE Gone RENAME TO KVTable"));
-  EXPECT_TRUE(Check(HaldenLib::kStoreFile));
-}
-
-TEST(Check, FindsDamage) {
-  const TestDatabase host;
-  std::string content = host.root.Read(HaldenLib::kStoreFile);
-  content.replace(content.size() - 4096, 2000, std::string(2000, '\x7f'));
-  host.root.Write("/copy", content);
-  EXPECT_FALSE(Check("/copy"));
-}
 
 TEST(Connection, HasTheSettingsOfEveryConnection) {
   const TestDatabase host;
@@ -183,9 +36,9 @@ TEST(Connection, ThatMayOnlyReadRefusesWrites) {
   const TestDatabase host;
   const std::string path = host.root.Resolve(HaldenLib::kStoreFile);
   ASSERT_EQ("delete", host.Query(host.Connect(), "PRAGMA journal_mode=DELETE"));
-  std::filesystem::permissions(host.root.Path(), std::filesystem::perms(0755));
-  for (auto at = std::filesystem::path(path); at != host.root.Path(); at = at.parent_path()) {
-    std::filesystem::permissions(at, std::filesystem::perms(0555));
+  fs::permissions(host.root.Path(), fs::perms(0755));
+  for (auto at = fs::path(path); at != host.root.Path(); at = at.parent_path()) {
+    fs::permissions(at, fs::perms(0555));
   }
   EXPECT_EQ(0, InChild([] {
               if (seteuid(65534) != 0) return 1;
@@ -286,17 +139,22 @@ TEST(Execute, RunsTheTriggerOfAnUpdate) {
   EXPECT_EQ("19", host.Query(connection, "SELECT length(ModifiedTime) FROM Config"));
 }
 
+const char kReadAll[] = "SELECT Key FROM KVTable WHERE NOT Key='it''s' ORDER BY rowid";
+
 // A callback's context: runs statements of its own on the connection that is reading.
 struct Reader {
   Connection connection;
   int rows = 0;
+
+  // The text that is under way, more texts than are kept, and literals with two quotes.
   static int Nested(void* context, int, char** texts, char**) {
     Reader& reader = *static_cast<Reader*>(context);
-    ++reader.rows;
     const std::string key = texts[0];
-    const std::string same =
-        TestDatabase::Query(reader.connection, "SELECT Key FROM KVTable WHERE Key>='" + key + "' ORDER BY 1");
-    if (same.compare(0, key.size(), key) != 0) return 1;
+    ++reader.rows;
+    if (TestDatabase::Query(reader.connection, kReadAll) != "a; b; c") return 1;
+    for (int i = 0; i < 100; ++i) {
+      TestDatabase::Query(reader.connection, "SELECT " + std::to_string(i) + " FROM KVTable WHERE Key='a''b'");
+    }
     return TestDatabase::Run(reader.connection, "UPDATE KVTable SET Value='seen' WHERE Key='" + key + "'");
   }
   static int Throw(void*, int, char**, char**) { throw std::runtime_error("from a row"); }
@@ -306,16 +164,15 @@ struct Reader {
 TEST(RowCallback, MayUseTheConnectionThrowAndRefuse) {
   const TestDatabase host;
   Reader reader{host.Connect()};
-  for (const char* key : {"a", "b", "c"}) ASSERT_EQ(0, host.Put(reader.connection, key));
-  const std::string read = "SELECT Key FROM KVTable WHERE Key>='' ORDER BY 1";
-  EXPECT_EQ(0, ExecuteV2(reader.connection, read, Reader::Nested, &reader, 0));
+  for (const char* key : {"a", "b", "it''s", "c"}) ASSERT_EQ(0, host.Put(reader.connection, key));
+  EXPECT_EQ(0, ExecuteV2(reader.connection, kReadAll, Reader::Nested, &reader, 0));
   EXPECT_EQ(3, reader.rows);
-  EXPECT_THROW(ExecuteV2(reader.connection, read, Reader::Throw, &reader, 0), std::runtime_error);
-  EXPECT_EQ(1, ExecuteV2(reader.connection, read, Reader::Refuse, &reader, 0));
+  EXPECT_THROW(ExecuteV2(reader.connection, kReadAll, Reader::Throw, &reader, 0), std::runtime_error);
+  EXPECT_EQ(1, ExecuteV2(reader.connection, kReadAll, Reader::Refuse, &reader, 0));
   EXPECT_EQ(4, reader.rows) << "the first row that is refused is the last";
-  EXPECT_EQ("a; b; c", host.Query(reader.connection, read));
-  EXPECT_EQ("seen", host.Query(host.Connect(), "SELECT DISTINCT Value FROM KVTable"));
-  EXPECT_EQ(0, host.Run(host.Connect(), "PRAGMA wal_checkpoint(TRUNCATE)")) << "no statement is left open";
+  EXPECT_EQ("a; b; c", host.Query(reader.connection, kReadAll));
+  EXPECT_EQ("3", host.Query(host.Connect(), "SELECT count(*) FROM KVTable WHERE Value='seen'"));
+  EXPECT_EQ("0 0 0", host.Query(host.Connect(), "PRAGMA wal_checkpoint(TRUNCATE)")) << "no statement is left open";
 }
 
 TEST(StatementCache, SurvivesMoreTextsThanItKeepsAndASchemaChange) {

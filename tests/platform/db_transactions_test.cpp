@@ -40,7 +40,7 @@ const StepCase kStepCases[] = {
     {"LevelsInText", "B1b2x3C", "0.0.0.0", "1 3"},
     {"TextEndedByCancel", "B1x2", "0.0.", "2"},
     {"TextEndedByCommit", "B1c2", "0.0.", "1 2"},
-    {"TextRollbackUnderALevel", "b1R2bcxR3", "0.0!1101.", "3"},
+    {"TextRollbackUnderALevel", "b1RR2bcxR3", "0.01!1101.", "3"},
     {"TextCommitUnderALevel", "b1C2x3", "0.0!0.", "1 3"},
     {"FullDiskInText", "B1fg2BCR3", "0.!g!110.", "3"},
     {"FullDiskInTextThenCancel", "B1fg2x3", "0.!g!0.", "3"},
@@ -175,6 +175,7 @@ TEST(ForkedChild, KeepsItsLogWhenTheParentCloses) {
   char byte = 0;
   const pid_t child = fork();
   if (child == 0) {
+    close(go[1]);  // so that the child ends with the test
     const Connection own = host.Connect();
     const bool isReady = host.Query(own, "SELECT count(*) FROM KVTable") == "0" && write(ready[1], &byte, 1) == 1;
     _exit(isReady && read(go[0], &byte, 1) == 1 && host.Put(own, "child") == 0 ? 0 : 1);

@@ -11,7 +11,9 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-std::string Nested(int levels) { return std::string(levels, '[') + std::string(levels, ']'); }
+std::string Nested(int levels) {
+  return std::string(levels, '[') + std::string(levels, ']');
+}
 
 // What a text becomes when it is read and written; "" for one that is refused.
 struct ReadCase {

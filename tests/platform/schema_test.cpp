@@ -20,7 +20,9 @@ std::string Properties(const std::string& properties) {
 }
 
 // An array of instances with `items` around an identifier "id".
-std::string Instances(const std::string& items) { return R"({"type":"array","instanceId":"id","items":)" + items + "}"; }
+std::string Instances(const std::string& items) {
+  return R"({"type":"array","instanceId":"id","items":)" + items + "}";
+}
 
 const char kElement[] =
     R"({"type":"object","required":["id"],"properties":{"id":{"type":"string","instanceId":true}}})";
@@ -43,8 +45,7 @@ const CheckCase kCheckCases[] = {
     {"LongVersion", File("{\"type\":\"object\"}", std::string(256, 'v')), "/version: Longer than 255 bytes."},
     {"NoSchema", R"({"component":"c","group":"g","key":"k","version":"1"})",
      "/schema: A schema file must hold a \"schema\" object."},
-    {"ScalarRoot", File(R"({"type":"string"})"),
-     "/schema/type: The root must be an \"object\" or an \"array\"."},
+    {"ScalarRoot", File(R"({"type":"string"})"), "/schema/type: The root must be an \"object\" or an \"array\"."},
     {"NoTypeRoot", File("{}"), "/schema/type: The root must be an \"object\" or an \"array\"."},
     {"RootWithoutIdentifier", File(R"({"type":"array","items":{"type":"object"}})"),
      "/schema: A type with instances must name its \"instanceId\"."},
@@ -74,7 +75,8 @@ const CheckCase kCheckCases[] = {
                                 R"("properties":{"x":{"type":"string","instanceId":true}}}})"))),
      "/schema/properties/b/properties/a/instanceId: Another array of this name is identified by \"id\"."},
     {"LayersWithoutIdentifier",
-     File(Properties(R"("a":{"type":"array","items":{"type":"object","properties":{"v":{"type":"string","vital":true}}}})")),
+     File(Properties(
+         R"("a":{"type":"array","items":{"type":"object","properties":{"v":{"type":"string","vital":true}}}})")),
      "/schema/properties/a: Elements without an identifier cannot be split into layers and joined."},
     {"BadPattern", File(Properties(R"("a":{"type":"string","pattern":"(["})")),
      "/schema/properties/a/pattern: The pattern does not compile: "},

@@ -17,8 +17,7 @@ TEST(SqlFormat, FillsPlacesInOnePassAndDoublesQuotes) {
 }
 
 TEST(SqlFormat, RefusesNulAndMissingValues) {
-  EXPECT_EQ("2000 A name cannot hold a NUL byte.",
-            Thrown([] { FormatSql("'%s'", {std::string_view("a\0b", 3)}); }));
+  EXPECT_EQ("2000 A name cannot hold a NUL byte.", Thrown([] { FormatSql("'%s'", {std::string_view("a\0b", 3)}); }));
   EXPECT_NE("", Thrown([] { FormatSql("'%s' '%s'", {"a"}); }));
 }
 

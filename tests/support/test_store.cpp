@@ -18,7 +18,9 @@ int AppendRow(void* context, int columns, char** texts, char**) {
 
 }  // namespace
 
-std::string ExampleFile(const std::string& name) { return std::string(CONFIGSTORE_SOURCE_DIR) + "/examples/" + name; }
+std::string ExampleFile(const std::string& name) {
+  return std::string(CONFIGSTORE_SOURCE_DIR) + "/examples/" + name;
+}
 
 std::string ExampleText(const std::string& name) {
   std::ifstream file(ExampleFile(name), std::ios::binary);
@@ -69,6 +71,7 @@ std::string TestStore::Query(const std::string& sql) {
 }
 
 std::string TestStore::Layers(const std::string& key) {
-  return Query("SELECT AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue, Success FROM Config WHERE Name='" +
-               key + "' ORDER BY Identifier;");
+  return Query(
+      "SELECT AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue, Success FROM Config WHERE Name='" + key +
+      "' ORDER BY Identifier;");
 }
