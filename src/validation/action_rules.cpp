@@ -71,7 +71,7 @@ const ActionRule& RuleOf(WriteKind kind) {
   return kActionRules[static_cast<size_t>(kind)];
 }
 
-const std::string TextMember(const JsonValue& entry, const char* name) {
+std::string TextMember(const JsonValue& entry, const char* name) {
   const JsonValue* text = FindValue(entry, name);
   if (text == nullptr) ThrowInvalidJson();
   return std::string(TextOf(*text));

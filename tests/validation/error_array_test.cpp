@@ -1,0 +1,173 @@
+#include "support/log_capture.h"
+#include "validation/validation_case.h"
+#include "validation/validator.h"
+
+namespace {
+
+using namespace OrvoConfigStore;
+
+std::string Errors(const std::string& schema, const std::string& data, const std::unordered_set<int>& checks = {}) {
+  return ValidateJsonStr(Quoted(schema), Quoted(data), checks);
+}
+
+std::string Repeated(const std::string& text, size_t times) {
+  std::string all;
+  for (size_t i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+}  // namespace
+
+TEST(ErrorArray, HoldsValueFieldAndErrorInThisOrder) {
+  EXPECT_EQ("[]", Errors("{'type':'object'}", "{}"));
+  EXPECT_EQ(Quoted("[{'value':{'b':[1,null]},'field':'/a','error':'INCORRECT TYPE: expected string.'},"
+                   "{'value':2,'field':'/c','error':'INCORRECT TYPE: expected string.'}]"),
+            Errors("{'type':'object','properties':{'a':{'type':'string'},'c':{'type':'string'}}}",
+                   "{'a':{'b':[1,null]},'c':2}"));
+}
+
+struct ValueCase {
+  const char* what;
+  const char* schema;
+  const char* data;
+  const char* value;
+};
+
+// Which value an error shows where it is not the one at the field's path.
+const ValueCase kValueCases[] = {
+    {"required", "{'type':'object','required':['b']}", "{'a':1}", "{'a':1}"},
+    {"additional", "{'type':'object','additionalProperties':false}", "{'a':1}", "{'a':1}"},
+    {"duplicate", "{'type':'array','instanceId':'i','items':{'type':'object','properties':{'i':{'type':'string'}}}}",
+     "[{'i':'x','n':1},{'i':'x','n':2},{'i':'x','n':3}]", "{'i':'x','n':2}"},
+    {"union", "{'type':'object','properties':{'x':{'type':'string','optionDependency':{'name':'k','value':[]}}}}",
+     "{'x':'y'}", "'y'"},
+};
+
+TEST(ErrorArray, ShowsTheValueThatTheRuleIsAbout) {
+  for (const ValueCase& c : kValueCases) {
+    EXPECT_EQ(Quoted(std::string("[{'value':") + c.value + ","),
+              Errors(c.schema, c.data, {0, 4, 8}).substr(0, 11 + std::string(c.value).size()))
+        << c.what;
+  }
+}
+
+TEST(ErrorArray, ReplacesWhatTheDocumentHeld) {
+  const auto errors = CreateDocumentFromString("[1]");
+  ValidateJson("{\"type\":\"object\"}", "{}", *errors->document, {});
+  EXPECT_TRUE(errors->document->IsArray() && errors->document->Empty());
+}
+
+TEST(ErrorArray, RefusesTextsThatAreNoJson) {
+  EXPECT_EQ("1080 Failed to parse JSON String", Thrown([] { Errors("{", "{}"); }));
+  EXPECT_EQ("1080 Failed to parse JSON String", Thrown([] { Errors("{'type':'object'}", ""); }));
+}
+
+TEST(ErrorArray, CopiesValuesOnlyUpToABound) {
+  // Every member is forbidden, and every error shows the object with all of them.
+  constexpr size_t kMembers = 100000;
+  const std::string errors =
+      Errors("{'type':'object','additionalProperties':false}", "{" + Repeated("'x':1,", kMembers - 1) + "'last':1}");
+  EXPECT_LT(errors.size(), size_t{64} << 20);
+  EXPECT_EQ(0u, errors.find("[{\"value\":{\"x\":1,"));
+  const std::string last = "{\"value\":null,\"field\":\"\",\"error\":\"Additional property not allowed: last\"}]";
+  EXPECT_EQ(errors.size() - last.size(), errors.find(last));
+}
+
+TEST(ErrorArray, CanBeWrittenForTheDeepestData) {
+  const std::string deep = Repeated("[", 512) + Repeated("]", 512);
+  EXPECT_EQ(Quoted("[{'value':null,'field':'','error':'INCORRECT TYPE: expected string.'}]"),
+            Errors("{'type':'string'}", deep));
+  const std::string shallower = Repeated("[", 510) + Repeated("]", 510);
+  EXPECT_EQ("[{\"value\":" + shallower + ",", Errors("{'type':'string'}", shallower).substr(0, 11 + 1020));
+}
+
+TEST(ErrorArray, IsLoggedWithoutTheValues) {
+  const TempRoot root;
+  const LogCapture log(root);
+  Errors("{'type':'object','properties':{'pin':{'type':'secret','maxLength':2}},'additionalProperties':null}",
+         "{'pin':'1234'}");
+  EXPECT_EQ((std::vector<std::string>{"[Validator] Field: /pin, Error: String length longer than maximum: 2"}),
+            log.Lines());
+  Errors("{'type':'object','additionalProperties':null}", "{'a':1,'b':2}");
+  EXPECT_EQ("Value null for key: additionalProperties", log.Lines().at(1));
+  Violations("{'type':'string','pattern':'(a'}", "'1234'", {});
+  EXPECT_EQ(0u, log.Lines().at(2).find("A pattern of the schema cannot be used: "));
+}
+
+const char kHost[] =
+    "{'type':'object','properties':{'cs_generated_id':{'type':'string'},'l':{'type':'array','items':{"
+    "'type':'object','properties':{'cs_generated_id':{'type':'string'}}}},'o':{'type':'object'}}}";
+
+TEST(GeneratedIds, AreAssignedWhereTheSchemaHasThem) {
+  const auto schema = CreateDocumentFromString(Quoted(kHost));
+  const auto data = CreateDocumentFromString(Quoted("{'l':[{},{'cs_generated_id':'kept'},{}],'o':{}}"));
+  const auto errors = CreateDocument();
+  ValidateJsonInternal(*schema->document, *data->document, *errors->document, {CHECK_REQUIRED});
+  EXPECT_EQ(2u, data->document->MemberCount());
+  ValidateJsonInternal(*schema->document, *data->document, *errors->document, {CHECK_ASSIGN_GENERATED_ID});
+  EXPECT_EQ("", Text(*errors->document));
+  const JsonValue& elements = (*data->document)["l"];
+  EXPECT_EQ(36u, (*data->document)["cs_generated_id"].GetStringLength());
+  EXPECT_EQ(36u, elements[0]["cs_generated_id"].GetStringLength());
+  EXPECT_STREQ("kept", elements[1]["cs_generated_id"].GetString());
+  EXPECT_NE(elements[0]["cs_generated_id"], elements[2]["cs_generated_id"]);
+  EXPECT_TRUE((*data->document)["o"].ObjectEmpty());
+}
+
+TEST(GeneratedIds, AreAssignedBeforeRequiredMembersAreLookedFor) {
+  const char schema[] =
+      "{'type':'object','required':['cs_generated_id'],'properties':{'cs_generated_id':{'type':'string'}}}";
+  EXPECT_EQ("", Violations(schema, "{}", {CHECK_REQUIRED, CHECK_ASSIGN_GENERATED_ID}));
+  EXPECT_EQ("", Violations(schema, "{'cs_generated_id':null}", {CHECK_REQUIRED, CHECK_ASSIGN_GENERATED_ID}));
+}
+
+TEST(WholeDocuments, AreAskedForByTheShortForm) {
+  const auto schema = CreateDocumentFromString("{\"type\":\"object\"}");
+  const auto errors = CreateDocument();
+  JsonDocument moved;
+  JsonDocument without(std::move(moved));
+  EXPECT_EQ("2000 Invalid JSON",
+            Thrown([&] { ValidateJsonInternal(*schema->document, moved, *errors->document, {}); }));
+}
+
+TEST(ValidateNodeInLongForm, StartsAtTheGivenPlace) {
+  const auto schema = CreateDocumentFromString(Quoted(
+      "{'type':'object','properties':{'r':{'type':'string','reference':'/n'},'x':{'type':'string','optionDependency':{"
+      "'name':'k','value':['v']}},'z':{'type':'integer'}}}"));
+  const auto data = CreateDocumentFromString(Quoted("{'r':'text','k':'v','x':'1','z':'2'}"));
+  const auto errors = CreateDocumentFromString("[]");
+  const auto node = [&](const ReferenceValues& references, const std::unordered_set<int>& checks,
+                        const OptionTagNames& tags, bool inLayer) {
+    errors->document->SetArray();
+    const bool valid = ValidateNode(*schema->document, *data->allocator, *data->document, references, "/at",
+                                    *errors->document, checks, tags, inLayer);
+    return (valid ? "valid" : "not ") + Text(*errors->document);
+  };
+  EXPECT_EQ("valid", node({{"/n", {"text"}}}, {2, 5, 8}, {"k"}, true));
+  EXPECT_EQ("not /at/r: REFERENCE ERROR: /at/r->/n", node({{"/n", {"other"}}}, {2}, {}, false));
+  EXPECT_EQ("not /at/x: Object does not follow UnionTag condition", node({}, {8}, {}, false));
+  EXPECT_EQ("not /at/r: property is not vital; /at/x: property is not vital; /at/z: property is not vital",
+            node({}, {5}, {}, false));
+}
+
+TEST(LargeData, IsValidatedMemberByMember) {
+  std::string properties, required, members;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string name = "'p" + std::to_string(i) + "'";
+    properties += (i == 0 ? "" : ",") + name + ":{'type':'integer'}";
+    required += (i == 0 ? "" : ",") + name;
+    if (i != 500) members += (i == 0 ? "" : ",") + name + ":" + (i == 700 ? "'x'" : "1");
+  }
+  const std::string schema = "{'type':'object','properties':{" + properties + "},'required':[" + required + "]}";
+  EXPECT_EQ(": Required property missing: p500", Violations(schema, "{" + members + "}", {}));
+  EXPECT_EQ("/p700: INCORRECT TYPE: expected integer.", Violations(schema, "{" + members + ",'p500':1,'p0':2}", {}));
+}
+
+TEST(LargeData, FindsTheOneDuplicate) {
+  std::string elements;
+  for (int i = 0; i < 100000; ++i) elements += "{'i':'" + std::to_string(i) + "'},";
+  EXPECT_EQ(": Duplicate instanceIds: 99998",
+            Violations("{'type':'array','instanceId':'i','items':{'type':'object','properties':{"
+                       "'i':{'type':'string'}}}}",
+                       "[" + elements + "{'i':'99998'}]", {}));
+}
