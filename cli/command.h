@@ -26,6 +26,7 @@ struct Command {
 /// heads the commands that begin with it.
 const std::vector<Command>& StoreCommands();
 const std::vector<Command>& TypeCommands();
-const std::vector<Command>& ObjectCommands();
+const std::vector<Command>& WriteCommands();
+const std::vector<Command>& ReadCommands();
 
 }  // namespace csctl

@@ -1,5 +1,6 @@
 #include "failure.h"
 
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -31,6 +32,10 @@ const Rule kRules[] = {
      "leave out \"@INSTANCE\": the type has a single object"},
     {OrvoConfigStore::CS_GENERAL, "Non-Singleton object should contain instanceId", Exit::kInvalid,
      "name the instance, COMPONENT/GROUP/KEY@INSTANCE"},
+    {OrvoConfigStore::CS_KEY_VALUE_INVALID, "", Exit::kInvalid,
+     "each element must name its instance, as a string; nothing was changed"},
+    {OrvoConfigStore::CS_GENERAL, "GetInstances() API called for singleton object", Exit::kInvalid,
+     "the type has a single object: use the command for that"},
     {OrvoConfigStore::CS_JSON_STRING_INVALID, "", Exit::kStorage,
      "what is stored is damaged; \"csctl layers ID\" shows it as it is"},
 };
@@ -53,10 +58,8 @@ const StorageRule kStorageRules[] = {
 
 const Rule* FindRule(const ConfigStoreException& error) {
   for (const Rule& rule : kRules) {
-    const std::string start = rule.messageStart;
-    if (rule.code == error.GetErrorCode() && start.compare(0, start.size(), error.what(), start.size()) == 0) {
-      return &rule;
-    }
+    const bool matches = std::strncmp(error.what(), rule.messageStart, std::strlen(rule.messageStart)) == 0;
+    if (matches && rule.code == error.GetErrorCode()) return &rule;
   }
   return nullptr;
 }
@@ -77,7 +80,8 @@ Failure ExplainLibrary(const ConfigStoreException& error) {
     failure = {Exit::kInvalid, error.what(), "", "correct it and try again; nothing was changed"};
   } else {
     failure = ExplainStorage(storage);
-    failure.message = error.what() + (": " + failure.message);
+    const bool saysWhy = !storage.message.empty() && std::strstr(error.what(), storage.message.c_str()) != nullptr;
+    failure.message = saysWhy ? error.what() : error.what() + (": " + failure.message);
   }
   failure.code = error.GetErrorCode();
   failure.detail = error.toString();

@@ -72,6 +72,32 @@ ConfigStoreObjectId ParseObjectName(const std::string& text) {
   return {Unescape(text, key + 1, at), Unescape(text, group + 1, key), Unescape(text, 0, group), instance};
 }
 
+NamePrefix ParseNamePrefix(const std::string& text) {
+  NamePrefix prefix;
+  size_t begin = 0;
+  for (std::string* part : {&prefix.component, &prefix.group, &prefix.key}) {
+    const size_t end = std::min(text.find('/', begin), text.size());
+    *part = Unescape(text, begin, end);
+    if (end == text.size()) return prefix;
+    begin = end + 1;
+  }
+  Refuse(text, "a \"/\" inside a key is written %2F");
+}
+
+ConfigStoreObjectId ParseTypeName(const std::string& text) {
+  const ConfigStoreObjectId id = ParseObjectName(text);
+  if (!id.instanceId.empty()) Refuse(text, "this command takes a type, without \"@INSTANCE\"");
+  return id;
+}
+
+std::string TakeField(std::string& text) {
+  const size_t mark = text.find("#/");
+  if (mark == std::string::npos) return {};
+  const std::string field = Unescape(text, mark + 1, text.size());
+  text.resize(mark);
+  return field;
+}
+
 std::string ObjectName(const ConfigStoreObjectId& id) {
   std::string name = Escape(id.component) + "/" + Escape(id.group) + "/" + Escape(id.key);
   if (!id.instanceId.empty()) name += "@" + Escape(id.instanceId);

@@ -18,6 +18,23 @@ namespace csctl {
 /// Returns the object that `text` names. Throws CommandFailed(kUsage).
 OrvoConfigStore::ConfigStoreObjectId ParseObjectName(const std::string& text);
 
+/// The beginning of a name; the parts that are left out are empty.
+struct NamePrefix {
+  std::string component;
+  std::string group;
+  std::string key;
+};
+
+/// Returns what `text`, COMPONENT[/GROUP[/KEY]], begins with. Throws CommandFailed(kUsage).
+NamePrefix ParseNamePrefix(const std::string& text);
+
+/// Returns the type that `text`, COMPONENT/GROUP/KEY, names. Throws
+/// CommandFailed(kUsage), also when it names an instance.
+OrvoConfigStore::ConfigStoreObjectId ParseTypeName(const std::string& text);
+
+/// Cuts "#/FIELD" off `text` and returns it as a path, "/FIELD"; empty when there is none.
+std::string TakeField(std::string& text);
+
 /// Returns the name of `id` such that it reads back as it, in a shell's command
 /// line too: everything but letters, digits and a few signs is escaped.
 std::string ObjectName(const OrvoConfigStore::ConfigStoreObjectId& id);

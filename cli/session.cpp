@@ -1,13 +1,13 @@
 #include "session.h"
 
 #include <configstore/host.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
 #include "failure.h"
 #include "json_text.h"
@@ -16,6 +16,7 @@
 namespace csctl {
 
 using OrvoConfigStore::ConfigStore;
+using OrvoConfigStore::StorageError;
 
 void Session::Print(const std::string& line) const {
   if (!quiet) std::cout << line << "\n";
@@ -43,23 +44,25 @@ OrvoConfigStore::ConfigStoreObjectId Session::TakeObject(const std::string& name
 
 std::shared_ptr<ConfigStore> OpenStore() {
   auto store = ConfigStore::GetStore("");
-  if (store == nullptr) {
-    OrvoConfigStore::StorageError error = OrvoConfigStore::LastStorageError();
-    if (error.kind == OrvoConfigStore::StorageError::NONE) error.kind = OrvoConfigStore::StorageError::MISSING;
-    throw CommandFailed(ExplainStorage(error));
-  }
+  // A store file that is there and cannot be opened gives a handle; what is
+  // wrong with it is known now, and no longer after the next call.
+  StorageError error = OrvoConfigStore::LastStorageError();
+  if (store == nullptr && error.kind == StorageError::NONE) error.kind = StorageError::MISSING;
+  if (error.kind != StorageError::NONE) throw CommandFailed(ExplainStorage(error));
   return store;
 }
 
 std::string ReadInput(const std::string& path) {
-  errno = 0;
-  std::ifstream file;
-  if (path != "-") file.open(path, std::ios::binary);
-  std::istream& input = path == "-" ? std::cin : file;
-  std::string content{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
-  if (errno != 0 || !input) {
-    const char* reason = errno != 0 ? std::strerror(errno) : "it cannot be read";
-    throw CommandFailed({Exit::kUsage, reason, path == "-" ? "standard input" : path, "name a readable file with -f"});
+  const bool isStandardInput = path == "-";
+  const int file = isStandardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  std::string content;
+  char part[65536];
+  ssize_t length = file < 0 ? -1 : 0;
+  while (file >= 0 && (length = read(file, part, sizeof part)) > 0) content.append(part, static_cast<size_t>(length));
+  const char* reason = std::strerror(errno);
+  if (file >= 0 && !isStandardInput) close(file);
+  if (length < 0) {
+    throw CommandFailed({Exit::kUsage, reason, isStandardInput ? "standard input" : path, "name a readable file"});
   }
   return content;
 }

@@ -28,13 +28,13 @@ struct CommandLine {
 
 CommandLine::CommandLine() {
   app.set_version_flag("--version", std::string("csctl ") + CONFIGSTORE_VERSION);
-  app.add_option("--root", session.root, "Use the host found under this directory")->type_name("DIR");
+  app.add_option("--root", session.root, "Use the host found under this directory")->type_name("DIR")->take_last();
   app.add_flag("--json", session.json, "Print JSON, errors included");
   app.add_flag("-v,--verbose", session.verbose, "With an error, say all that is known of it");
   app.add_flag("-q,--quiet", session.quiet, "Print nothing but errors");
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
-  for (const auto* group : {&StoreCommands(), &TypeCommands(), &ObjectCommands()}) {
+  for (const auto* group : {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }

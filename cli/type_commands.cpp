@@ -1,13 +1,16 @@
 #include <configstore/host.h>
+#include <configstore/inspect.h>
 
 #include <CLI/CLI.hpp>
 
 #include "command.h"
+#include "failure.h"
 #include "json_text.h"
 #include "object_name.h"
 
 namespace csctl {
 
+using OrvoConfigStore::FieldDescription;
 using OrvoConfigStore::SchemaInfo;
 
 namespace {
@@ -57,9 +60,68 @@ Run SetUpSchemaAdd(CLI::App& app) {
 
 Run SetUpTypes(CLI::App&) {
   return [](Session& session) {
+    OpenStore();  // without a store there is an answer that helps more than no types
     PrintTypes(session, OrvoConfigStore::ListSchemas(), {"TYPE", "VERSION", "OBJECTS"});
     return Exit::kDone;
   };
+}
+
+std::string FieldJson(const FieldDescription& field) {
+  std::vector<std::string> rules;
+  for (const std::string& rule : field.rules) rules.push_back(JsonString(rule));
+  return JsonObject({{"field", JsonString(field.path)},
+                     {"type", JsonString(field.type)},
+                     {"category", JsonString(field.category)},
+                     {"required", JsonBool(field.required)},
+                     {"rules", JsonArray(rules)},
+                     {"default", field.defaultValue.value_or("null")},
+                     {"title", JsonString(field.title)},
+                     {"description", JsonString(field.description)}});
+}
+
+std::vector<std::string> FieldRow(const FieldDescription& field) {
+  std::string rules = field.required ? "required" : "";
+  const auto add = [&](const std::string& text) { rules += (rules.empty() ? "" : "; ") + Printable(text); };
+  for (const std::string& rule : field.rules) add(rule);
+  if (field.defaultValue) add("default " + *field.defaultValue);
+  if (!field.title.empty()) add(field.title);
+  if (!field.description.empty()) add(field.description);
+  return {field.path.empty() ? "(the object)" : Printable(field.path), field.type, field.category, rules};
+}
+
+/// Whether `path` is `field` or below it.
+bool IsWithin(const std::string& path, const std::string& field) {
+  return path.compare(0, field.size(), field) == 0 && (path.size() == field.size() || path[field.size()] == '/');
+}
+
+Exit Describe(Session& session, std::string name) {
+  session.where = name;
+  const std::string field = TakeField(name);
+  const OrvoConfigStore::ConfigStoreObjectId type = ParseTypeName(name);
+  OpenStore();
+  std::vector<std::vector<std::string>> rows = {{"FIELD", "TYPE", "CATEGORY", "RULES"}};
+  std::vector<std::string> elements;
+  for (const FieldDescription& described : OrvoConfigStore::DescribeType(type)) {
+    if (!field.empty() && !IsWithin(described.path, field)) continue;
+    rows.push_back(FieldRow(described));
+    elements.push_back(FieldJson(described));
+  }
+  if (elements.empty()) {
+    throw CommandFailed(
+        {Exit::kNotFound, "the type has no such field", "", "\"csctl describe TYPE\" lists its fields"});
+  }
+  if (session.json) {
+    session.PrintJson(JsonArray(elements));
+  } else {
+    for (const std::string& line : AlignColumns(rows)) session.Print(line);
+  }
+  return Exit::kDone;
+}
+
+Run SetUpDescribe(CLI::App& app) {
+  auto name = std::make_shared<std::string>();
+  app.add_option("TYPE", *name, "The type, COMPONENT/GROUP/KEY, or one field of it, TYPE#/FIELD")->required();
+  return [name](Session& session) { return Describe(session, *name); };
 }
 
 }  // namespace
@@ -69,6 +131,7 @@ const std::vector<Command>& TypeCommands() {
       {"schema", "Manage the registered types", nullptr},
       {"schema add", "Check schema files and register their types", SetUpSchemaAdd},
       {"types", "List the registered types", SetUpTypes},
+      {"describe", "Show what the fields of a type are", SetUpDescribe},
   };
   return commands;
 }

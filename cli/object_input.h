@@ -1,0 +1,43 @@
+#pragma once
+
+#include <configstore/config_store.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace csctl {
+
+constexpr char kIdHelp[] = "The object: COMPONENT/GROUP/KEY[@INSTANCE], \"%XX\" for any byte";
+constexpr char kTypeHelp[] = "The type: COMPONENT/GROUP/KEY, \"%XX\" for any byte";
+
+[[noreturn]] void FailNotFound(const char* message, const char* next);
+
+/// Read JSON of the type of `id` from a file, "-" for standard input: one object,
+/// an array of instances, a pattern. Throw CommandFailed(kInvalid) when the text
+/// is none, (kUsage) when the file cannot be read.
+std::shared_ptr<OrvoConfigStore::ConfigStoreObject> ReadObject(const OrvoConfigStore::ConfigStoreObjectId& id,
+                                                               const std::string& file);
+std::vector<std::shared_ptr<OrvoConfigStore::ConfigStoreObject>> ReadInstances(
+    const OrvoConfigStore::ConfigStoreObjectId& type, const std::string& file);
+std::shared_ptr<OrvoConfigStore::FilterSpecObject> ReadPattern(const OrvoConfigStore::ConfigStoreObjectId& type,
+                                                               const std::string& file);
+
+/// Whether secrets are shown, an option of every command that shows values.
+struct ShowOptions {
+  std::string id;
+  bool showSecrets = false;
+
+  std::string Mask(const OrvoConfigStore::ConfigStoreObjectId& object, const std::string& json) const;
+};
+
+/// Declares --show-secrets.
+void AddShowSecrets(CLI::App& app, ShowOptions& options);
+
+}  // namespace csctl

@@ -1,0 +1,196 @@
+#include <configstore/config_store.h>
+#include <configstore/errors.h>
+#include <configstore/inspect.h>
+
+#include <CLI/CLI.hpp>
+
+#include "command.h"
+#include "failure.h"
+#include "json_text.h"
+#include "object_input.h"
+#include "object_name.h"
+
+namespace csctl {
+
+using OrvoConfigStore::ConfigStoreObjectId;
+using OrvoConfigStore::StoredName;
+using OrvoConfigStore::StoredRow;
+
+namespace {
+
+// --- get ---------------------------------------------------------------------
+
+struct GetOptions : ShowOptions {
+  bool ofDefault = false;
+};
+
+Exit GetDefault(Session& session, const GetOptions& options, const ConfigStoreObjectId& id) {
+  const auto object = OpenStore()->GetDefaultConfig(id);
+  if (object == nullptr) FailNotFound("the type has no default object", "defaults come with packages");
+  session.PrintJson(options.Mask(id, object->GetData()));
+  return Exit::kDone;
+}
+
+Exit GetObject(Session& session, const GetOptions& options) {
+  const ConfigStoreObjectId id = session.TakeObject(options.id);
+  if (options.ofDefault) return GetDefault(session, options, id);
+  const auto object = OpenStore()->Get(id);
+  if (object == nullptr) {
+    if (!OrvoConfigStore::ReadStoredRow(id)) FailNotFound("there is no such object", "\"csctl set ID\" stores one");
+    FailNotFound("nothing of the object is in force", "\"csctl layers ID\" shows what is stored");
+  }
+  session.PrintJson(options.Mask(id, object->GetData()));
+  return Exit::kDone;
+}
+
+Run SetUpGet(CLI::App& app) {
+  auto options = std::make_shared<GetOptions>();
+  app.add_option("ID", options->id, kIdHelp)->required();
+  app.add_flag("--default", options->ofDefault, "Show the default object that the type's package brought");
+  AddShowSecrets(app, *options);
+  return [options](Session& session) { return GetObject(session, *options); };
+}
+
+// --- layers ------------------------------------------------------------------
+
+// The layers in the order in which a read folds them, then the staged value.
+struct LayerRow {
+  const char* name;
+  std::optional<std::string> StoredRow::*text;
+};
+
+const LayerRow kLayers[] = {
+    {"vital", &StoredRow::vitalValue}, {"cached", &StoredRow::cachedValue},   {"auto", &StoredRow::autoConfValue},
+    {"user", &StoredRow::userValue},   {"desired", &StoredRow::desiredValue},
+};
+
+/// A layer's text as JSON: an object as it is, a damaged text as a string.
+std::string LayerJson(const std::optional<std::string>& text) {
+  if (!text) return "null";
+  try {
+    OrvoConfigStore::CreateDocumentFromString(*text);
+    return *text;
+  } catch (const OrvoConfigStore::ConfigStoreException&) {
+    return JsonString(*text);
+  }
+}
+
+void PrintRowJson(const Session& session, const StoredRow& row) {
+  std::vector<std::pair<std::string, std::string>> layers;
+  for (const LayerRow& layer : kLayers) layers.emplace_back(layer.name, LayerJson(row.*layer.text));
+  session.PrintJson(JsonObject({{"id", JsonString(session.where)},
+                                {"version", JsonString(row.version)},
+                                {"confirmed", row.confirmed ? "true" : "false"},
+                                {"created", JsonString(row.creationTime)},
+                                {"modified", JsonString(row.modifiedTime)},
+                                {"layers", JsonObject(layers)}}));
+}
+
+void PrintRowText(const Session& session, const StoredRow& row) {
+  session.Print(session.where + ", version " + Printable(row.version) +
+                (row.confirmed ? "" : ", not confirmed: the user layer is not in force"));
+  session.Print("created " + Printable(row.creationTime) + " UTC, modified " + Printable(row.modifiedTime) + " UTC");
+  for (const LayerRow& layer : kLayers) {
+    const auto& text = row.*layer.text;
+    session.Print(std::string(layer.name) + ": " + (text ? session.ShowJson(LayerJson(text)) : "-"));
+  }
+}
+
+Exit ShowLayers(Session& session, const ShowOptions& options) {
+  const ConfigStoreObjectId id = session.TakeObject(options.id);
+  const auto store = OpenStore();
+  std::optional<StoredRow> row = OrvoConfigStore::ReadStoredRow(id);
+  if (!row) FailNotFound("there is no such object", "\"csctl set ID\" stores one");
+  for (const LayerRow& layer : kLayers) {
+    auto& text = (*row).*layer.text;
+    if (text) text = options.Mask(id, *text);
+  }
+  session.json ? PrintRowJson(session, *row) : PrintRowText(session, *row);
+  return Exit::kDone;
+}
+
+Run SetUpLayers(CLI::App& app) {
+  auto options = std::make_shared<ShowOptions>();
+  app.add_option("ID", options->id, kIdHelp)->required();
+  AddShowSecrets(app, *options);
+  return [options](Session& session) { return ShowLayers(session, *options); };
+}
+
+// --- ls ----------------------------------------------------------------------
+
+std::string NameJson(const StoredName& name) {
+  return JsonObject({{"id", JsonString(ObjectName(name.id))},
+                     {"version", JsonString(name.version)},
+                     {"confirmed", name.confirmed ? "true" : "false"}});
+}
+
+Exit List(Session& session, const std::string& prefixText) {
+  const NamePrefix prefix = prefixText.empty() ? NamePrefix() : ParseNamePrefix(prefixText);
+  OpenStore();
+  const auto names = OrvoConfigStore::ListStoredObjects(prefix.component, prefix.group, prefix.key);
+  std::vector<std::string> elements;
+  for (const StoredName& name : names) {
+    if (session.json) {
+      elements.push_back(NameJson(name));
+    } else {
+      session.Print(ObjectName(name.id) + (name.confirmed ? "" : "  (not confirmed)"));
+    }
+  }
+  if (session.json) session.Print(JsonArray(elements));
+  return Exit::kDone;
+}
+
+Run SetUpList(CLI::App& app) {
+  auto prefix = std::make_shared<std::string>();
+  app.add_option("PREFIX", *prefix, "COMPONENT[/GROUP[/KEY]]; everything without it");
+  return [prefix](Session& session) { return List(session, *prefix); };
+}
+
+// --- find --------------------------------------------------------------------
+
+struct FindOptions : ShowOptions {
+  std::string file = "-";
+};
+
+Exit Find(Session& session, const FindOptions& options) {
+  session.where = options.id;
+  const ConfigStoreObjectId type = ParseTypeName(options.id);
+  const auto store = OpenStore();
+  const auto found = store->GetInstances(ReadPattern(type, options.file));
+  std::vector<std::string> elements;
+  for (const auto& object : found) {
+    const std::string name = ObjectName(object->GetId());
+    const std::string data = options.Mask(object->GetId(), object->GetData());
+    if (session.json) {
+      elements.push_back(JsonObject({{"id", JsonString(name)}, {"object", data}}));
+    } else {
+      session.Print(name);
+      session.PrintJson(data);
+    }
+  }
+  if (session.json) session.Print(JsonArray(elements));
+  return found.empty() ? Exit::kNo : Exit::kDone;
+}
+
+Run SetUpFind(CLI::App& app) {
+  auto options = std::make_shared<FindOptions>();
+  app.add_option("TYPE", options->id, kTypeHelp)->required();
+  app.add_option("-f,--file", options->file,
+                 "The pattern, a JSON object whose members an instance must hold; standard input without it");
+  AddShowSecrets(app, *options);
+  return [options](Session& session) { return Find(session, *options); };
+}
+
+}  // namespace
+
+const std::vector<Command>& ReadCommands() {
+  static const std::vector<Command> commands = {
+      {"get", "Show an object, its layers merged", SetUpGet},
+      {"layers", "Show an object's row: each layer as it is stored", SetUpLayers},
+      {"ls", "List the stored objects", SetUpList},
+      {"find", "Show the instances that hold the values of a pattern; exit 1 when none does", SetUpFind},
+  };
+  return commands;
+}
+
+}  // namespace csctl
