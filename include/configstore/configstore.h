@@ -12,6 +12,7 @@
 #include "configstore/host.h"
 #include "configstore/inspect.h"
 #include "configstore/json_document.h"
+#include "configstore/lifecycle.h"
 #include "configstore/logging.h"
 #include "configstore/object_id.h"
 #include "configstore/upgrade_library.h"

@@ -32,9 +32,9 @@ struct SchemaInfo {
   std::string group;
   std::string key;
   std::string version;
-  bool singleton = true;    ///< false when the type has instances
-  bool noRestore = false;   ///< its staged values are left alone at boot
-  bool generatedId = false; ///< its instances are named by the store ("cs_generated_id")
+  bool singleton = true;     ///< false when the type has instances
+  bool noRestore = false;    ///< its staged values are left alone at boot
+  bool generatedId = false;  ///< its instances are named by the store ("cs_generated_id")
 };
 
 /// Checks and registers the types in the schema files at `paths`, all or none;

@@ -23,12 +23,11 @@ struct JsonNode {
 /// a document see each other's changes. Not locked: one thread at a time.
 class CONFIGSTORE_API JsonDoc {
  public:
-  std::vector<JsonNode> path;                ///< empty for the whole document
+  std::vector<JsonNode> path;  ///< empty for the whole document
   std::shared_ptr<JsonDocument> document;
   std::shared_ptr<JsonAllocator> allocator;  ///< every value added comes from here
 
-  JsonDoc(std::shared_ptr<JsonDocument> document, std::shared_ptr<JsonAllocator> allocator,
-          std::vector<JsonNode> path);
+  JsonDoc(std::shared_ptr<JsonDocument> document, std::shared_ptr<JsonAllocator> allocator, std::vector<JsonNode> path);
   ~JsonDoc();
   JsonDoc(const JsonDoc&) = default;
   JsonDoc& operator=(const JsonDoc&) = default;

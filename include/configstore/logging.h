@@ -41,8 +41,7 @@ CONFIGSTORE_API void LogExit();
 CONFIGSTORE_API bool WouldLog(log_priority priority);
 
 /// Logs a line, printf style.
-CONFIGSTORE_API void Log(log_priority priority, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+CONFIGSTORE_API void Log(log_priority priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 /// As Log, tagged with the name of a database.
 CONFIGSTORE_API void DBLog(std::string& dbName, log_priority priority, const char* format, ...)

@@ -36,7 +36,9 @@ class CONFIGSTORE_API ConfigStoreObjectId {
 };
 
 CONFIGSTORE_API bool operator==(const ConfigStoreObjectId& a, const ConfigStoreObjectId& b);
-inline bool operator!=(const ConfigStoreObjectId& a, const ConfigStoreObjectId& b) { return !(a == b); }
+inline bool operator!=(const ConfigStoreObjectId& a, const ConfigStoreObjectId& b) {
+  return !(a == b);
+}
 
 /// Names a nested object inside an object's data.
 class CONFIGSTORE_API SubObjectId {

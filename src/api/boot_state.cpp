@@ -27,9 +27,13 @@ std::string GetKVInternal(const std::string& key, const std::shared_ptr<DBStore:
   return value;
 }
 
-void SetKV(const std::string& key, const std::string& value) { SetKVInternal(key, value, GetConn()); }
+void SetKV(const std::string& key, const std::string& value) {
+  SetKVInternal(key, value, GetConn());
+}
 
-std::string GetKV(const std::string& key) { return GetKVInternal(key, GetConn()); }
+std::string GetKV(const std::string& key) {
+  return GetKVInternal(key, GetConn());
+}
 
 void SetNextBootMode(BOOTMODE mode, const std::shared_ptr<DBStore::StoreConnection>& connection) {
   SetKVInternal(kApplyBootKey, mode != BOOTMODE_NORMAL ? kTrue : kFalse, connection);
@@ -45,9 +49,13 @@ void SetBootMode(BOOTMODE mode) {
   SetNextBootMode(mode, connection);
 }
 
-bool GetNextBootMode() { return GetKV(kApplyBootKey) == kTrue; }
+bool GetNextBootMode() {
+  return GetKV(kApplyBootKey) == kTrue;
+}
 
-bool IsBoot() { return IsBootInternal(GetConn()); }
+bool IsBoot() {
+  return IsBootInternal(GetConn());
+}
 
 bool IsBootInternal(const std::shared_ptr<DBStore::StoreConnection>& connection) {
   return GetKVInternal(kIsBootKey, connection) == kTrue;

@@ -33,7 +33,7 @@ const std::map<std::string, std::string> kHeaderLayer = {
     {"json_document.h", "objects"}, {"base_object.h", "objects"}, {"config_store_object.h", "objects"},
     {"filter_spec.h", "objects"},   {"context.h", "objects"},     {"validation.h", "validation"},
     {"config_store.h", "api"},      {"boot_state.h", "api"},      {"host.h", "api"},
-    {"inspect.h", "api"},           {"configstore.h", "api"},
+    {"inspect.h", "api"},           {"lifecycle.h", "lifecycle"}, {"configstore.h", "lifecycle"},
 };
 
 const fs::path kSource = CONFIGSTORE_SOURCE_DIR;
@@ -81,9 +81,10 @@ INSTANTIATE_TEST_SUITE_P(Trees, IncludeOrder, testing::Values("src", "include"))
 
 TEST(IncludeOrderOfClients, SeesThePublicHeadersAlone) {
   const std::regex folderForm("#include [<\"]([^>\"/]+/[^>\"]+)[>\"]");
-  std::set<std::string> foreign = {"..", "src", "tests", "rapidjson"};
+  std::set<std::string> foreign = {"..", "src", "tests"};
   for (const auto& layer : kBelow) foreign.insert(layer.first);
-  for (const std::string folder : {"cli", "examples", "bench"}) {
+  for (const std::string folder : {"bench", "cli", "examples"}) {
+    if (folder != "bench") foreign.insert("rapidjson");  // there it is the floor to measure against
     ForEachInclude(folder, folderForm, [&](const fs::path& file, const std::string& included) {
       const std::string top = fs::path(included).begin()->string();
       EXPECT_EQ(0u, foreign.count(top)) << folder / file << " includes " << included;

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "support/log_capture.h"
+#include "support/test_store.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+// Puts an object's user part, desired value and success flag in place by hand.
+void Put(TestStore& store, const ConfigStoreObjectId& id, const std::string& user, const std::string& desired,
+         int success) {
+  const auto literal = [](const std::string& text) { return text == "-" ? "null" : "'" + text + "'"; };
+  store.Run("INSERT INTO Config(Component, ConfigGroup, Name, Identifier, UserValue, DesiredValue, Success) VALUES('" +
+            id.component + "','" + id.group + "','" + id.key + "','" + id.instanceId + "'," + literal(user) + "," +
+            literal(desired) + "," + std::to_string(success) + ");");
+}
+
+std::string Rows(TestStore& store) {
+  return store.Query(
+      "SELECT Name, Identifier, UserValue, DesiredValue, Success FROM Config ORDER BY Name, Identifier;");
+}
+
+struct StatusCase {
+  const char* name;
+  ConfigStoreObjectId id;
+  bool success;
+  const char* features;
+  const char* rows;
+};
+
+const ConfigStoreObjectId kAccounts = UserAccount("");
+const char kPending[] = "time_source  new - 0; user_account a new - 0; user_account b old desired 1";
+const StatusCase kStatusCases[] = {
+    {"Single", kTimeSource, true, "", "time_source  new - 1; user_account a new - 0; user_account b old desired 1"},
+    {"Instance", UserAccount("b"), true, "",
+     "time_source  new - 0; user_account a new - 0; user_account b desired - 1"},
+    {"AllInstances", kAccounts, true, "", "time_source  new - 0; user_account a new - 1; user_account b desired - 1"},
+    {"Failed", kTimeSource, false, "", kPending},
+    {"NotStored", UserAccount("c"), true, "", kPending},
+    {"SwitchedOff", kTimeSource, true, "ConfigStore=off\n", kPending},
+};
+
+class BootStatus : public testing::TestWithParam<StatusCase> {};
+
+TEST_P(BootStatus, ConfirmsWhatIsPending) {
+  TestStore store;
+  Put(store, kTimeSource, "new", "-", 0);
+  Put(store, UserAccount("a"), "new", "-", 0);
+  Put(store, UserAccount("b"), "old", "desired", 1);
+  store.Root().Write("/etc/halden/features", GetParam().features);
+  SetBootStatus(GetParam().id, GetParam().success);
+  EXPECT_EQ(GetParam().rows, Rows(store));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, BootStatus, testing::ValuesIn(kStatusCases),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(BootStatusFailure, IsThrown) {
+  TempRoot root;
+  EXPECT_EQ("2000 SetBootStatus: Failed to mark success status for given csoId.",
+            Thrown([] { SetBootStatus(kTimeSource, true); }));
+  EXPECT_EQ("", Thrown([] { SetBootStatus(kTimeSource, false); }));
+}
+
+// Row before, the part that is confirmed, row after: "USER DESIRED SUCCESS".
+struct PartCase {
+  const char* name;
+  const char* user;
+  const char* desired;
+  int success;
+  const char* part;
+  const char* after;
+};
+
+const PartCase kPartCases[] = {
+    {"PartOfThePendingValue", R"({"method":"ntp","enabled":false})", "-", 0, R"({"method":"ntp"})",
+     R"({"method":"ntp"} {"method":"ntp","enabled":false} 1)"},
+    {"AllOfThePendingValue", R"({"method":"ntp","enabled":false})", "-", 0, R"({"enabled":false,"method":"ntp"})",
+     R"({"enabled":false,"method":"ntp"} - 1)"},
+    {"OverAConfirmedValue", R"({"method":"ptp","enabled":true})", R"({"method":"ntp","enabled":true})", 1,
+     R"({"method":"manual"})", R"({"enabled":true,"method":"manual"} {"method":"ntp","enabled":true} 1)"},
+    {"MakingUpTheDesiredValue", R"({"method":"ptp","enabled":true})", R"({"method":"ntp","enabled":true})", 1,
+     R"({"method":"ntp"})", R"({"enabled":true,"method":"ntp"} - 1)"},
+    {"WithNothingConfirmedYet", "-", R"({"method":"ntp","enabled":true})", 1, R"({"method":"ntp"})",
+     R"({"method":"ntp"} {"method":"ntp","enabled":true} 1)"},
+    {"WithNothingPending", "-", "-", 1, R"({"method":"ntp"})", R"({"method":"ntp"} - 1)"},
+};
+
+class PartialBootStatus : public testing::TestWithParam<PartCase> {};
+
+TEST_P(PartialBootStatus, ConfirmsThePartAndKeepsTheRest) {
+  TestStore store;
+  Put(store, kTimeSource, GetParam().user, GetParam().desired, GetParam().success);
+  SetPartialBootStatus(ConfigStore::CreateObject(kTimeSource, GetParam().part));
+  EXPECT_EQ(GetParam().after, store.Query("SELECT UserValue, DesiredValue, Success FROM Config;"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, PartialBootStatus, testing::ValuesIn(kPartCases),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(PartialBootStatusOfOneInstance, LeavesTheOthers) {
+  TestStore store;
+  for (const char* id : {"a", "b"}) Put(store, UserAccount(id), R"({"login":"x","uid":1,"shell":"/bin/s"})", "-", 0);
+  SetPartialBootStatus(ConfigStore::CreateObject(UserAccount("b"), R"({"login":"x","uid":1})"));
+  EXPECT_EQ(R"(user_account a {"login":"x","uid":1,"shell":"/bin/s"} - 0; )"
+            R"(user_account b {"login":"x","uid":1} {"login":"x","uid":1,"shell":"/bin/s"} 1)",
+            Rows(store));
+}
+
+TEST(PartialBootStatusRefused, ChangesNothing) {
+  TestStore store;
+  LogCapture log(store.Root());
+  Put(store, kTimeSource, R"({"method":"ntp"})", "-", 0);
+  const std::string before = Rows(store);
+  const auto confirm = [](const ConfigStoreObjectId& id, const char* part) {
+    return Thrown([&] { SetPartialBootStatus(ConfigStore::CreateObject(id, part)); });
+  };
+  EXPECT_EQ("1088 Failed to validate Partial config [: Required property missing: method]",
+            confirm(kTimeSource, R"({"enabled":true})"));
+  EXPECT_EQ("2000 Non-Singleton object should contain instanceId", confirm(UserAccount(""), "{}"));
+  SetPartialBootStatus(nullptr);
+  EXPECT_EQ("[1040]SetPartialBootStatus: Configuration object is empty", log.Lines().back());
+  EXPECT_EQ("", confirm(UserAccount("none"), R"({"login":"x","uid":1})"));
+  store.Run("CREATE TRIGGER fault BEFORE UPDATE OF Success ON Config BEGIN SELECT RAISE(ABORT, 'fault'); END;");
+  EXPECT_EQ("2000 Operation failed: Failed to confirm the user value.", confirm(kTimeSource, R"({"method":"ptp"})"));
+  store.Root().Write("/etc/halden/features", "ConfigStore=off\n");
+  EXPECT_EQ("", confirm(kTimeSource, R"({"method":"ptp"})"));
+  EXPECT_EQ(before, Rows(store));
+}
+
+TEST(PartialBootStatusOfASecret, TakesTheMaskForThePendingOne) {
+  TestStore store;
+  const std::string account = R"({"login":"x","uid":1,"password_hash":")";
+  Put(store, UserAccount("a"), account + "new\"}", "-", 0);
+  SetPartialBootStatus(ConfigStore::CreateObject(UserAccount("a"), account + kSecretMask + "\"}"));
+  EXPECT_EQ(account + "new\"} - 1", store.Query("SELECT UserValue, DesiredValue, Success FROM Config;"));
+}
+
+}  // namespace

@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "lifecycle/test_host.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+// Returns "KEY[@INSTANCE] BEFORE>AFTER [lost DESIRED] [unconfirmed]" of all changes.
+std::string Print(const BootPreview& preview) {
+  std::string text = preview.appliesStaged ? "apply" : "normal";
+  for (const BootChange& change : preview.changes) {
+    text += "; " + change.id.key + (change.id.instanceId.empty() ? "" : "@" + change.id.instanceId) + " " +
+            change.userBefore.value_or("-") + ">" + change.userAfter.value_or("-");
+    if (change.desiredLost) text += " lost " + *change.desiredLost;
+    if (!change.isConfirmed) text += change.wasConfirmed ? " unconfirmed" : " still unconfirmed";
+  }
+  return text;
+}
+
+class Preview : public testing::Test {
+ protected:
+  Preview() {
+    host_.Put(kTimeSource, "null, 'old', null, 'pending', 1");
+    host_.Put(UserAccount("auto"), "'auto', null, null, 'desired', 1");
+    host_.Put(UserAccount("cleared"), "null, 'old', null, null, 0");
+    host_.Put(ConfigStoreObjectId("k", "g", "unknown"), "null, 'old', null, null, 1");
+    host_.Run(
+        "INSERT INTO DesiredUserConfig(Component, ConfigGroup, Name, Identifier, Value) VALUES('accessd', "
+        "'local', 'user_account', 'staged', 'new');");
+  }
+  // What the load then does to the rows that it says it changes.
+  std::string LoadedRows() const {
+    LoadStore(false);
+    return host_.Query(
+        "SELECT Name || CASE Identifier WHEN '' THEN '' ELSE '@' || Identifier END, UserValue, Success FROM Config "
+        "ORDER BY Component, Name, Identifier;");
+  }
+  const TestHost host_;
+};
+
+TEST_F(Preview, SaysWhatANormalLoadDoes) {
+  EXPECT_EQ(
+      "normal; user_account@auto ->- lost desired; user_account@cleared old>old still unconfirmed; "
+      "time_source old>pending unconfirmed",
+      Print(PreviewBoot()));
+  EXPECT_EQ("user_account@cleared old 0; time_source pending 0; k old 1", LoadedRows());
+}
+
+TEST_F(Preview, SaysWhatAStagedLoadDoes) {
+  SetBootMode(BOOTMODE_APPLY);
+  EXPECT_EQ(
+      "apply; user_account@auto ->- lost desired; user_account@cleared old>- still unconfirmed; "
+      "user_account@staged ->new unconfirmed; time_source old>pending unconfirmed; k old>-",
+      Print(PreviewBoot()));
+  EXPECT_EQ("user_account@cleared - 0; user_account@staged new 0; time_source pending 0; k - 1", LoadedRows());
+}
+
+TEST_F(Preview, LeavesTheStoreAndItsDirectoryAlone) {
+  const auto connection = DBStore::GetConnection(DBStore::TYPE_STORE);  // keeps the log as it is
+  SetBootMode(BOOTMODE_APPLY);
+  const std::string store = host_.root.Read(HaldenLib::kStoreFile);
+  const std::string log = host_.root.Read(std::string(HaldenLib::kStoreFile) + "-wal");
+  ASSERT_FALSE(log.empty());
+  PreviewBoot();
+  EXPECT_EQ(store, host_.root.Read(HaldenLib::kStoreFile));
+  EXPECT_EQ(log, host_.root.Read(std::string(HaldenLib::kStoreFile) + "-wal"));
+  EXPECT_EQ(3, std::distance(std::filesystem::directory_iterator(host_.root.Resolve(HaldenLib::kStoreDirectory)), {}));
+  EXPECT_TRUE(GetNextBootMode());
+}
+
+TEST_F(Preview, CopyBelongsToTheProcessThatMadeIt) {
+  const auto copy = DBStore::OpenPrivateCopy();
+  ASSERT_NE(nullptr, copy);
+  const pid_t child = fork();
+  if (child == 0) _exit(DBStore::ExecuteV2(copy, "DELETE FROM Config;", nullptr, nullptr, 0));
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(1, WEXITSTATUS(status));
+  EXPECT_EQ(0, DBStore::ExecuteV2(copy, "DELETE FROM Config;", nullptr, nullptr, 0));
+  EXPECT_EQ("4", host_.Query("SELECT count(*) FROM Config;"));
+}
+
+TEST(PreviewWithoutAStore, SaysWhyThereIsNone) {
+  const TempRoot root;
+  EXPECT_EQ("2000 Cannot preview: no such file: /etc/halden/configstore/current-store-1",
+            Thrown([] { PreviewBoot(); }));
+}
+
+}  // namespace

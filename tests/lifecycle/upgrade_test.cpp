@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include "lifecycle/test_host.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+// An upgrade library that notes its calls, "LATE SECOND PACKAGE...".
+OrvoConfigUpgrade::UpgradeFunctions Noting(std::string* calls, bool upgrading) {
+  return {[upgrading] { return upgrading; },
+          {},
+          [calls](bool late, const std::vector<std::string>& packages, bool second) {
+            *calls += std::to_string(late) + " " + std::to_string(second);
+            for (const std::string& package : packages) *calls += " " + package;
+          }};
+}
+
+TEST(Upgrade, RunsLateAndOnlyOnAHostThatIsUpgrading) {
+  const TestHost host;
+  for (const bool upgrading : {false, true}) {
+    std::string calls;
+    const OrvoConfigUpgrade::ScopedUpgradeLibrary library(Noting(&calls, upgrading));
+    Upgrade({"netd", "clockd"});
+    EXPECT_EQ(upgrading ? "1 1 netd clockd" : "", calls);
+    EXPECT_TRUE(host.Logged("System not undergoing upgrade, cannot perform upgrade"));
+  }
+}
+
+TEST(Upgrade, RefreshUpgradesAfterTheSchemasWereTaken) {
+  const TestHost host;
+  std::string calls;
+  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(Noting(&calls, false));
+  EXPECT_TRUE(RefreshConfigStore({"netd"}, {"clockd"}));
+  EXPECT_EQ("0 0 clockd", calls);
+  host.root.Write(std::string(HaldenLib::kComponentsDirectory) + "/netd/schema/bad.json", "");
+  EXPECT_FALSE(RefreshConfigStore({"netd"}, {"clockd"}));
+  EXPECT_EQ("0 0 clockd", calls);
+}
+
+TEST(UpgradeStatus, IsTheOneRecordedLast) {
+  const TestHost host;
+  EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
+  EXPECT_TRUE(host.Logged("staus not present for upgrade library: lib"));
+  for (const int status : {1, 0, 1}) {
+    SetUpgradeLibStatus(status == 1, "lib");
+    EXPECT_EQ(status, GetUpgradeLibStatus("lib"));
+  }
+  EXPECT_EQ("lib 1", host.Query("SELECT LibName, Success FROM UpgradeStatus;"));
+}
+
+TEST(UpgradeStatus, IsUnknownWhereItCannotBeRead) {
+  const TestHost host;
+  for (const std::string name : {"it's", "' OR '1'='1"}) {
+    SetUpgradeLibStatus(true, name);
+    EXPECT_EQ(2, GetUpgradeLibStatus(name));
+    EXPECT_TRUE(host.Logged("Cannot query upgrade status for: " + name));
+  }
+  host.Run("ALTER TABLE UpgradeStatus RENAME TO Gone;");
+  EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
+  EXPECT_TRUE(host.Logged("Cannot query upgrade status for: lib"));
+  SetUpgradeLibStatus(true, "lib");
+  EXPECT_TRUE(host.Logged("Failed to set the upgrade status."));
+  std::filesystem::remove_all(host.root.Resolve(HaldenLib::kStoreDirectory));
+  EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
+  SetUpgradeLibStatus(true, "lib");
+  EXPECT_TRUE(host.Logged("Failed to connect to database."));
+}
+
+}  // namespace
