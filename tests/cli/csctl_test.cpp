@@ -182,10 +182,61 @@ const Case kStockedHostCases[] = {
      2,
      {"/no/such/file"}},
     {"SchemaAddNoSchema", {"schema", "add", Object("time_source")}, "", 3, {"time_source.json"}},
+    {"ListAll", {"ls"}, "", 0, {kUser + "@dora\n" + kNetd + "\n"}},
+    {"ListPrefixInJson", {"ls", "netd/ipstack", "--json"}, "", 0, {"[{\"id\":\"" + kNetd + "\""}},
+    {"ListNothing", {"ls", "clockd"}, "", 0, {}},
+    {"ListBadPrefix", {"ls", "netd//x"}, "", 2, {"a part of the name is empty"}},
+    {"FindMatches", {"find", kUser}, "{\"login\":\"dora\"}", 0, {kUser + "@dora", "\"uid\": 1001"}},
+    {"FindBadPattern", {"find", kUser}, "[1]", 3, {"should be  an object", "standard input"}},
+    {"FindInSingleton", {"find", kNetd}, "{}", 3, {"singleton", "single object"}},
+    {"UpdateMerges", {"update", kNetd}, "{\"mtu\":9000}", 0, {"updated " + kNetd}},
+    {"UpdateRefused", {"update", kNetd}, "{\"mtu\":1}", 3, {"/mtu: Integer value below minimum: 576"}},
+    {"SetOneLayer", {"set", kNetd, "--layer", "cached"}, "{\"learned_domain\":\"x\"}", 0, {"stored"}},
+    {"SetWrongLayer", {"set", kNetd, "--layer", "vital"}, "{\"mtu\":1500}", 3, {"/mtu: property is not vital"}},
+    {"SetLayerAsSomebody", {"set", kNetd, "--layer", "user", "--as", "auto"}, "{}", 2, {"excludes"}},
+    {"ReplaceAll", {"replace", kUser}, "[{\"login\":\"a\",\"uid\":1},{\"login\":\"b\",\"uid\":2}]", 0, {"2 instances"}},
+    {"ReplaceNoArray", {"replace", kUser}, "{}", 3, {"should be an array of objects"}},
+    {"ReplaceByNothing", {"replace", kUser}, "[]", 3, {"the array is empty", "--all"}},
+    {"ReplaceInvalid",
+     {"replace", kUser},
+     "[{\"login\":\"a\",\"uid\":-1}]",
+     3,
+     {"/uid: Integer value below minimum: 0"}},
+    {"ReplaceUnnamed", {"replace", kUser}, "[{\"cs_generated_id\":1}]", 3, {"must name its instance"}},
+    {"ReplaceInstance", {"replace", kUser + "@dora"}, "[]", 2, {"without \"@INSTANCE\""}},
+    {"DeleteAllAsksFirst", {"delete", kUser, "--all"}, "", 2, {"deletes 1 objects", "--yes"}},
+    {"DeleteAll", {"delete", kUser, "--all", "--yes"}, "", 0, {"1 objects"}},
+    {"DefaultOfNone", {"get", "clockd/sync/time_source", "--default"}, "", 4, {"no default object"}},
+    {"DescribeField", {"describe", kNetd + "#/mtu"}, "", 0, {"integer  user      from 576 to 9000; default 1500"}},
+    {"DescribeInJson",
+     {"describe", kNetd + "#/mtu", "--json"},
+     "",
+     0,
+     {"\"rules\":[\"from 576 to 9000\"],\"default\":1500"}},
+    {"DescribeNoSuchField", {"describe", kNetd + "#/m"}, "", 4, {"the type has no such field"}},
     {"RootThatIsNone", {"--root", "/no/such/directory", "types"}, "", 2, {"/no/such/directory"}},
 };
 
 class OnAStockedHost : public StockedHost {};
+TEST_F(OnAStockedHost, FindSaysNoWhenNothingMatches) {
+  const Outcome outcome = Run({"find", kUser}, "{\"login\":\"nobody\"}");
+  EXPECT_EQ(1, outcome.exit);
+  EXPECT_EQ("", outcome.out + outcome.err);
+}
+
+TEST_F(OnAStockedHost, WritesChangeWhatTheySayAndNothingElse) {
+  Run({"update", kNetd}, "{\"mtu\":9000}");
+  Run({"set", kNetd, "--layer", "cached"}, "{\"learned_domain\":\"x\"}");
+  const std::string stored = Run({"get", kNetd, "--json"}).out;
+  EXPECT_NE(std::string::npos, stored.find("\"mtu\":9000"));
+  EXPECT_NE(std::string::npos, stored.find("\"learned_domain\":\"x\""));
+  EXPECT_NE(std::string::npos, stored.find("\"hostname\":\"node7\""));
+  Run({"delete", kUser, "--all"});
+  EXPECT_NE("", Run({"ls", kUser}).out);
+  Run({"delete", kUser, "--all", "--yes"});
+  EXPECT_EQ("", Run({"ls", kUser}).out);
+}
+
 TEST_P(OnAStockedHost, EndsAsDocumented) {
   Expect(GetParam(), Run(GetParam().arguments, GetParam().input));
 }
