@@ -17,7 +17,8 @@ const USERDATA_CONTEXT kAutomatic{USERDATA_CONTEXT::AUTOCONFIGURATION};
 constexpr char kItems[] = R"({"component":"c","group":"g","key":"item","version":"2.0","schema":{"type":"array",
   "instanceId":"id","items":{"type":"object","additionalProperties":false,"required":["id","u"],"properties":{
     "id":{"type":"string","instanceId":true},"u":{"type":"integer"},"w":{"type":"integer"},
-    "v":{"type":"integer","vital":true},"k":{"type":"integer","cached":true},
+    "v":{"type":"integer","vital":true},"k":{"type":"integer","cached":true},"s":{"type":"secret"},
+    "vs":{"type":"secret","vital":true},"ks":{"type":"secret","cached":true},
     "o":{"type":"object","additionalProperties":false,"properties":{"x":{"type":"integer"},"y":{"type":"integer"}}},
     "l":{"type":"array","items":{"type":"integer"}}}}}})";
 
@@ -169,6 +170,16 @@ const RefusedCase kRefusedCases[] = {
      "1092 Failed to validate Auto config [/k: Non user property not allowed.]"},
     {"WrongTypeInUpdate", [](ConfigStore& s) { s.Update(Object("a", R"({"u":"x"})"), kExternal); },
      "1090 Failed to validate Update [/u: INCORRECT TYPE: expected integer.]"},
+    {"MaskInUserData", [](ConfigStore& s) { s.SetUserData(Object("n", R"({"u":1,"s":"•••"})"), kExternal); },
+     "1087 Failed to validate User config [/s: Secret is masked, and nothing is stored that the mask could stand for]"},
+    {"MaskInAutoData", [](ConfigStore& s) { s.SetUserData(Object("n", R"({"u":1,"s":"•••"})"), kAutomatic); },
+     "1092 Failed to validate Auto config [/s: Secret is masked, and nothing is stored that the mask could stand for]"},
+    {"MaskInVitalData", [](ConfigStore& s) { s.SetVitalData(Object("n", R"({"vs":"•••"})")); },
+     "1086 Failed to validate Vital config [/vs: Secret is masked, and nothing is stored that the mask could stand "
+     "for]"},
+    {"MaskInCachedData", [](ConfigStore& s) { s.SetCachedDataInstances({Object("n", R"({"ks":"•••"})")}); },
+     "1084 Failed to validate Default config [/ks: Secret is masked, and nothing is stored that the mask could stand "
+     "for]"},
     {"UpdateLeavesAnInvalidWhole", [](ConfigStore& s) { s.Update(Object("n", R"({"w":1})"), kExternal); },
      "1089 Failed to validate Set [: Required property missing: u]"},
 };
@@ -205,6 +216,18 @@ TEST(Update, OfCachedDataAloneKeepsTheDesiredValue) {
   EXPECT_EQ(R"(- {"method":"ntp"} - {"drift_ppm":2.5} {"method":"ptp"} 1)", store.Layers("time_source"));
   store->Update(ConfigStore::CreateObject(kTimeSource, R"({"method":"manual"})"), kExternal);
   EXPECT_EQ(R"(- {"method":"manual"} - {"drift_ppm":2.5} - 1)", store.Layers("time_source"));
+}
+
+// What the caller does not see is not merged: an unconfirmed user value gives way
+// to the user part of the update, here none.
+TEST(Update, OfCachedDataWhereNothingIsInForceWritesAllThreeParts) {
+  TestStore store({R"({"component":"c","group":"g","key":"one","version":"1","schema":{"type":"object","properties":{)"
+                   R"("u":{"type":"integer"},"k":{"type":"integer","cached":true}}}})"});
+  store.Run(
+      "INSERT INTO Config(Component, ConfigGroup, Name, Success, UserValue) VALUES ('c', 'g', 'one', 0, "
+      "'{\"u\":1}');");
+  store->Update(ConfigStore::CreateObject(ConfigStoreObjectId("one", "g", "c"), R"({"k":1})"), kExternal);
+  EXPECT_EQ(R"(- - - {"k":1} - 0)", store.Layers("one"));
 }
 
 TEST(Update, FailureInsideUndoesAndNamesTheCause) {
