@@ -28,5 +28,10 @@ const std::vector<Command>& StoreCommands();
 const std::vector<Command>& TypeCommands();
 const std::vector<Command>& WriteCommands();
 const std::vector<Command>& ReadCommands();
+const std::vector<Command>& BootCommands();
+const std::vector<Command>& StageCommands();
+const std::vector<Command>& ConfirmCommands();
+const std::vector<Command>& BackupCommands();
+const std::vector<Command>& UpgradeCommands();
 
 }  // namespace csctl

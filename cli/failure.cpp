@@ -36,6 +36,11 @@ const Rule kRules[] = {
      "each element must name its instance, as a string; nothing was changed"},
     {OrvoConfigStore::CS_GENERAL, "GetInstances() API called for singleton object", Exit::kInvalid,
      "the type has a single object: use the command for that"},
+    {OrvoConfigStore::CS_GENERAL, "Not a file to back up: ", Exit::kUsage,
+     "name a regular file below /etc/halden, the store's own directories excepted"},
+    {OrvoConfigStore::CS_GENERAL, "Cannot back up ", Exit::kStorage, "mend what the message says, then try again"},
+    {OrvoConfigStore::CS_GENERAL, "Failed to reserve memory for ConfigStore", Exit::kStorage,
+     "mounting takes root, and directories that can be mounted on; the system log may say more"},
     {OrvoConfigStore::CS_JSON_STRING_INVALID, "", Exit::kStorage,
      "what is stored is damaged; \"csctl layers ID\" shows it as it is"},
 };

@@ -110,6 +110,10 @@ std::string JsonString(const std::string& text) {
   return json + '"';
 }
 
+const char* JsonBool(bool value) {
+  return value ? "true" : "false";
+}
+
 std::string JsonObject(const std::vector<std::pair<std::string, std::string>>& members) {
   return Join('{', '}', members,
               [](std::string& json, const auto& member) { json += JsonString(member.first) + ":" + member.second; });

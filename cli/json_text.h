@@ -19,6 +19,7 @@ std::string Printable(const std::string& text);
 
 /// Returns the JSON string of any text, broken bytes as U+FFFD.
 std::string JsonString(const std::string& text);
+const char* JsonBool(bool value);
 
 /// Return an object or an array of values that are JSON texts already.
 std::string JsonObject(const std::vector<std::pair<std::string, std::string>>& members);

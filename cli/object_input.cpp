@@ -1,11 +1,11 @@
 #include "object_input.h"
 
-#include <configstore/errors.h>
 #include <configstore/inspect.h>
 
 #include <CLI/CLI.hpp>
 
 #include "failure.h"
+#include "json_text.h"
 
 namespace csctl {
 
@@ -14,24 +14,13 @@ using OrvoConfigStore::ConfigStoreObject;
 using OrvoConfigStore::ConfigStoreObjectId;
 using OrvoConfigStore::FilterSpecObject;
 
-namespace {
-
-/// Reads `file` and hands its text to `make`; what that refuses is blamed on the file.
-template <class Make>
-auto ReadJson(const std::string& file, const char* expected, Make make) {
-  const std::string text = ReadInput(file);
-  try {
-    return make(text);
-  } catch (const OrvoConfigStore::InvalidArgumentException& error) {
-    Failure failure{Exit::kInvalid, error.what(), file == "-" ? "standard input" : file,
-                    std::string("give ") + expected + " of at most 16 MiB and 512 levels; nothing was changed"};
-    failure.code = error.GetErrorCode();
-    failure.detail = error.toString();
-    throw CommandFailed(failure);
-  }
+void BlameInput(const OrvoConfigStore::InvalidArgumentException& error, const std::string& file, const char* expected) {
+  Failure failure{Exit::kInvalid, error.what(), file == "-" ? "standard input" : file,
+                  std::string("give ") + expected + " of at most 16 MiB and 512 levels; nothing was changed"};
+  failure.code = error.GetErrorCode();
+  failure.detail = error.toString();
+  throw CommandFailed(failure);
 }
-
-}  // namespace
 
 void FailNotFound(const char* message, const char* next) {
   throw CommandFailed({Exit::kNotFound, message, "", next});
@@ -53,6 +42,16 @@ std::shared_ptr<FilterSpecObject> ReadPattern(const ConfigStoreObjectId& type, c
     ConfigStore::CreateObject(type, text);  // refuses what is no object
     return std::make_shared<FilterSpecObject>(type, OrvoConfigStore::CreateDocumentFromString(text));
   });
+}
+
+std::string ValueJson(const std::optional<std::string>& text) {
+  if (!text) return "null";
+  try {
+    OrvoConfigStore::CreateDocumentFromString(*text);
+    return *text;
+  } catch (const OrvoConfigStore::ConfigStoreException&) {
+    return JsonString(*text);
+  }
 }
 
 std::string ShowOptions::Mask(const ConfigStoreObjectId& object, const std::string& json) const {

@@ -64,20 +64,9 @@ const LayerRow kLayers[] = {
     {"user", &StoredRow::userValue},   {"desired", &StoredRow::desiredValue},
 };
 
-/// A layer's text as JSON: an object as it is, a damaged text as a string.
-std::string LayerJson(const std::optional<std::string>& text) {
-  if (!text) return "null";
-  try {
-    OrvoConfigStore::CreateDocumentFromString(*text);
-    return *text;
-  } catch (const OrvoConfigStore::ConfigStoreException&) {
-    return JsonString(*text);
-  }
-}
-
 void PrintRowJson(const Session& session, const StoredRow& row) {
   std::vector<std::pair<std::string, std::string>> layers;
-  for (const LayerRow& layer : kLayers) layers.emplace_back(layer.name, LayerJson(row.*layer.text));
+  for (const LayerRow& layer : kLayers) layers.emplace_back(layer.name, ValueJson(row.*layer.text));
   session.PrintJson(JsonObject({{"id", JsonString(session.where)},
                                 {"version", JsonString(row.version)},
                                 {"confirmed", row.confirmed ? "true" : "false"},
@@ -92,7 +81,7 @@ void PrintRowText(const Session& session, const StoredRow& row) {
   session.Print("created " + Printable(row.creationTime) + " UTC, modified " + Printable(row.modifiedTime) + " UTC");
   for (const LayerRow& layer : kLayers) {
     const auto& text = row.*layer.text;
-    session.Print(std::string(layer.name) + ": " + (text ? session.ShowJson(LayerJson(text)) : "-"));
+    session.Print(std::string(layer.name) + ": " + (text ? session.ShowJson(ValueJson(text)) : "-"));
   }
 }
 

@@ -19,10 +19,6 @@ std::string TypeName(const SchemaInfo& type) {
   return ObjectName({type.key, type.group, type.component});
 }
 
-const char* JsonBool(bool value) {
-  return value ? "true" : "false";
-}
-
 std::string TypeJson(const SchemaInfo& type) {
   return JsonObject({{"type", JsonString(TypeName(type))},
                      {"version", JsonString(type.version)},

@@ -82,7 +82,7 @@ CONFIGSTORE_API std::vector<std::shared_ptr<ConfigStoreObject>> GetDesiredUserCo
 /// cannot be read.
 CONFIGSTORE_API std::vector<std::shared_ptr<ConfigStoreObject>> ListStagedConfig();
 
-/// Forgets the staged objects. Throws ConfigStoreException(2000) when the store
+/// Forgets the staged objects; what the next boot does is not changed. Throws ConfigStoreException(2000) when the store
 /// cannot be written.
 CONFIGSTORE_API void DropStagedConfig();
 

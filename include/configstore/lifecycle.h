@@ -63,6 +63,11 @@ CONFIGSTORE_API void CleanupRestoredFiles();
 /// "file:" is refused.
 CONFIGSTORE_API int backup(const std::string& source, const std::string& destination);
 
+/// Return the host's paths of the store and of the backup that is made of it,
+/// whether the files exist or not.
+CONFIGSTORE_API std::string GetStorePath();
+CONFIGSTORE_API std::string GetBackupPath();
+
 /// Returns the path of the backup that a boot load restores, consistent or not;
 /// empty when there is none.
 CONFIGSTORE_API std::string FindBackup();

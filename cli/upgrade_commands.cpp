@@ -1,0 +1,129 @@
+#include <configstore/host.h>
+#include <configstore/lifecycle.h>
+
+#include <CLI/CLI.hpp>
+
+#include "command.h"
+#include "failure.h"
+#include "host_log.h"
+#include "json_text.h"
+
+namespace csctl {
+
+using OrvoConfigStore::StorageError;
+
+namespace {
+
+using Packages = std::vector<std::string>;
+
+constexpr char kPackagesHelp[] = "Packages; all installed ones without it";
+
+std::shared_ptr<Packages> AddPackages(CLI::App& app, const char* help) {
+  auto packages = std::make_shared<Packages>();
+  app.add_option("PACKAGE", *packages, help);
+  return packages;
+}
+
+/// Reports that package files were refused, as `message`, or that the store failed.
+[[noreturn]] void FailPackages(const char* message) {
+  const StorageError error = OrvoConfigStore::LastStorageError();
+  if (error.kind != StorageError::NONE) throw CommandFailed(ExplainStorage(error));
+  throw CommandFailed({Exit::kInvalid, message, "", "the system log says which file and why; mend it and try again"});
+}
+
+void LoadDefaults(const Packages& packages) {
+  if (!OrvoConfigStore::ProcessDefaultConfiguration(packages)) {
+    FailPackages("the packages' default files are refused; the defaults are as they were");
+  }
+}
+
+Run SetUpDefaultsLoad(CLI::App& app) {
+  return [packages = AddPackages(app, kPackagesHelp)](Session& session) {
+    const HostLog log;
+    OpenStore();
+    LoadDefaults(*packages);
+    session.PrintResult("the defaults are loaded", JsonObject({{"loaded", "true"}}));
+    return Exit::kDone;
+  };
+}
+
+Run SetUpRefresh(CLI::App& app) {
+  return [packages = AddPackages(app, kPackagesHelp)](Session& session) {
+    const HostLog log;
+    if (!OrvoConfigStore::RefreshConfigStore(*packages, *packages)) {
+      FailPackages("the packages' schema files are refused; types and defaults are as they were");
+    }
+    LoadDefaults(*packages);
+    session.PrintResult("types and defaults are those of the packages", JsonObject({{"refreshed", "true"}}));
+    return Exit::kDone;
+  };
+}
+
+Run SetUpUpgradeRun(CLI::App& app) {
+  auto packages = std::make_shared<Packages>();
+  app.add_option("PACKAGE", *packages, "Packages to upgrade")->required();
+  return [packages](Session& session) {
+    const HostLog log;
+    OpenStore();
+    OrvoConfigStore::Upgrade(*packages);
+    session.PrintResult(
+        "handed to the host's upgrade library; without one, or when no upgrade is under way, nothing is done and the "
+        "system log says so",
+        JsonObject({{"handed", std::to_string(packages->size())}}));
+    return Exit::kDone;
+  };
+}
+
+// Indexed by what GetUpgradeLibStatus returns.
+struct UpgradeAnswer {
+  Exit exit;
+  const char* word;
+};
+
+const UpgradeAnswer kUpgradeAnswers[] = {
+    {Exit::kNo, "failed"}, {Exit::kDone, "succeeded"}, {Exit::kNotFound, "unknown"}};
+
+Exit ShowUpgradeStatus(Session& session, const std::string& library) {
+  session.where = library;
+  OpenStore();
+  const UpgradeAnswer& answer = kUpgradeAnswers[OrvoConfigStore::GetUpgradeLibStatus(library)];
+  if (answer.exit == Exit::kNotFound) {
+    throw CommandFailed({answer.exit, "no run of this upgrade library is known", "", "the name is the library's own"});
+  }
+  session.PrintResult("the last run of " + Printable(library) + " " + answer.word,
+                      JsonObject({{"library", JsonString(library)}, {"status", JsonString(answer.word)}}));
+  return answer.exit;
+}
+
+Run SetUpUpgradeStatus(CLI::App& app) {
+  auto library = std::make_shared<std::string>();
+  app.add_option("LIB", *library, "The upgrade library's name")->required();
+  return [library](Session& session) { return ShowUpgradeStatus(session, *library); };
+}
+
+Run SetUpRamdisk(CLI::App&) {
+  return [](Session& session) {
+    const HostLog log;
+    OrvoConfigStore::SetupStoreRamDisk();
+    session.PrintResult("the store and its backup directory are in memory; \"csctl load --boot\" fills the store",
+                        JsonObject({{"mounted", "true"}}));
+    return Exit::kDone;
+  };
+}
+
+}  // namespace
+
+const std::vector<Command>& UpgradeCommands() {
+  static const std::vector<Command> commands = {
+      {"defaults", "Manage the default objects of packages", nullptr},
+      {"defaults load", "Store the default objects that packages bring", SetUpDefaultsLoad},
+      {"refresh", "Register the types of packages, have them upgraded, and load their defaults", SetUpRefresh},
+      {"upgrade", "Run and ask about upgrades", nullptr},
+      {"upgrade run", "Have the host's upgrade library upgrade packages, late, with the store up", SetUpUpgradeRun},
+      {"upgrade status", "Tell how an upgrade library's last run ended; exit 1 when it failed", SetUpUpgradeStatus},
+      {"ramdisk", "Give the store and its backup directory a file system in memory each", SetUpRamdisk},
+  };
+  return commands;
+}
+
+}  // namespace csctl
