@@ -19,15 +19,11 @@ namespace {
 const std::string kStore = HaldenLib::kStoreFile;
 constexpr char kLogSuffix[] = "-wal";
 
-void RemoveSideFiles() {
-  for (const char* suffix : {"-journal", kLogSuffix, "-shm"}) HaldenLib::RemoveFile(kStore + suffix);
-}
-
 void RemoveStore() {
   if (HaldenLib::FileExists(kStore) && HaldenLib::RunCommand("/bin/rm -f " + kStore) != 0) {
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Error removing sticky ConfigStore file");
   }
-  if (!HaldenLib::FileExists(kStore)) RemoveSideFiles();
+  if (!HaldenLib::FileExists(kStore)) HaldenLib::RemoveSideFiles(kStore);
 }
 
 bool Copies(const std::string& from, const std::string& to) {
@@ -38,7 +34,7 @@ bool Copies(const std::string& from, const std::string& to) {
 // could not be moved into the backup, as on a read-only medium, comes along.
 bool CopyBackup(const std::string& backup) {
   if (!Copies(backup, kStore)) return false;
-  RemoveSideFiles();
+  HaldenLib::RemoveSideFiles(kStore);
   return !HaldenLib::FileExists(backup + kLogSuffix) || Copies(backup + kLogSuffix, kStore + kLogSuffix);
 }
 
@@ -52,7 +48,7 @@ void RestoreFrom(const std::string& backup) {
                 backup.c_str());
   if (isStuck) return;
   HaldenLib::RemoveFile(kStore);  // half a copy
-  RemoveSideFiles();
+  HaldenLib::RemoveSideFiles(kStore);
 }
 
 }  // namespace

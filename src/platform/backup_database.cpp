@@ -87,8 +87,8 @@ int LeaveLogMode(sqlite3* destination) {
     return 0;
   };
   sqlite3_exec(destination, "PRAGMA locking_mode=EXCLUSIVE;", nullptr, nullptr, nullptr);
-  sqlite3_exec(destination, "PRAGMA journal_mode=DELETE;", take, &mode, nullptr);
-  if (mode == "delete") return 0;
+  const int code = sqlite3_exec(destination, "PRAGMA journal_mode=DELETE;", take, &mode, nullptr);
+  if (code == SQLITE_OK && mode == "delete") return 0;
   Say("ConfigStore backup keeps its log: " + std::string(sqlite3_errmsg(destination)));
   return kFailed;
 }
@@ -127,7 +127,9 @@ int CopyOpen(const std::string& source, const std::string& destination) {
   }
   if (result == 0) result = Copy(from.get(), to.get());
   to.reset();
-  if (result != 0 && isNew) HaldenLib::RemoveFile(destination);
+  if (result == 0 || !isNew) return result;
+  HaldenLib::RemoveFile(destination);
+  HaldenLib::RemoveSideFiles(destination);
   return result;
 }
 

@@ -57,7 +57,9 @@ int ReportFailure(int code, const std::string& words, const std::string& file, s
   return 1;
 }
 
-void KeepOpenFailure() { ThreadOpenFailure() = ThreadFailure(); }
+void KeepOpenFailure() {
+  ThreadOpenFailure() = ThreadFailure();
+}
 
 bool RecallOpenFailure() {
   if (ThreadOpenFailure().code == SQLITE_OK) return false;

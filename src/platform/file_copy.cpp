@@ -84,11 +84,10 @@ int WriteNew(int directory, const std::string& name, int from, const struct stat
   return result;
 }
 
-/// A file that is there must be a regular one: a link is not replaced either.
+/// A file that is there must be a regular one; a link is not replaced either.
 int CheckReplaceable(int directory, const std::string& name) {
   struct stat status;
   if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return errno == ENOENT ? 0 : errno;
-  if (S_ISLNK(status.st_mode)) return ELOOP;
   return S_ISREG(status.st_mode) ? 0 : EINVAL;
 }
 

@@ -50,6 +50,10 @@ int RemoveFile(const std::string& path) {
   return ResultOf(unlink(ResolvePath(path).c_str()));
 }
 
+void RemoveSideFiles(const std::string& path) {
+  for (const char* suffix : {"-journal", "-wal", "-shm"}) RemoveFile(path + suffix);
+}
+
 int KeepToOwner(const std::string& path) {
   return ResultOf(chmod(ResolvePath(path).c_str(), kOwnerFile));
 }

@@ -14,6 +14,10 @@ namespace HaldenLib {
 /// Removes the file, or the link, at `path`.
 int RemoveFile(const std::string& path);
 
+/// Removes what lies beside the database file at `path` and belongs to it: its
+/// journal, its log and the log's index.
+void RemoveSideFiles(const std::string& path);
+
 /// Makes the file at `path` one that its owner alone may read and write.
 int KeepToOwner(const std::string& path);
 
@@ -40,8 +44,8 @@ int AppendToFile(const std::string& path, const std::string& text);
 /// `fromDirectory` to the same place below `toDirectory`; directories missing
 /// there are created (0755). The old file is replaced in one step, once the new
 /// one is on the disk; its mode is that of the copied one, and its owner where
-/// that may be given. Below the two directories no link is followed (ELOOP or
-/// ENOTDIR), and a part ".." is refused (EINVAL).
+/// that may be given. Below the two directories no link is followed or
+/// replaced, and a name with a part ".." is refused (EINVAL).
 int CopyBelow(const std::string& fromDirectory, const std::string& toDirectory, const std::string& name);
 
 }  // namespace HaldenLib

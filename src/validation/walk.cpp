@@ -11,6 +11,10 @@ namespace {
 // What marks a property as none of the user's, in the order of the reports.
 const Keyword NonUserMarkers[] = {Keyword::Vital, Keyword::Cached};
 
+// Deliberate: what is wrong beyond so many violations is not listed. A small text
+// can hold millions, each with a line in the log.
+constexpr rapidjson::SizeType kMaxErrors = 250'000;
+
 const JsonValue& Null() {
   static const JsonValue null;
   return null;
@@ -158,6 +162,7 @@ bool Walk::ReferenceHolds(const JsonValue& reference, const JsonValue& data) con
 }
 
 bool Walk::Fail(const JsonValue& value, const std::string& path, const std::string& message) {
+  if (errors.Size() == kMaxErrors) return false;
   ReportValidationError(copies.Take(value) ? value : Null(), path, message, errors);
   return false;
 }

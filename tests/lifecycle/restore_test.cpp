@@ -160,17 +160,19 @@ const SideFileCase kSideFileCases[] = {
        h.RunAndDie(kStore, "INSERT INTO KVTable(Key) VALUES('other');");
        fs::remove(h.root.Resolve(kStore));
      }},
-    {"SharedMemoryAlone", [](const RestoringHost& h) { h.root.Write(kStore + "-shm", std::string(32768, 'x')); }},
 };
 
 class SideFiles : public testing::TestWithParam<SideFileCase> {};
 
 TEST_P(SideFiles, GoWithTheStoreTheyBelongTo) {
-  const RestoringHost host;
-  GetParam().leave(host);
-  LoadStore(true);
-  EXPECT_EQ("backup", host.Keys());
-  EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
+  for (const bool hasBackup : {true, false}) {
+    const RestoringHost host;
+    if (!hasBackup) fs::remove(host.root.Resolve(kBackup));
+    GetParam().leave(host);
+    LoadStore(true);
+    EXPECT_EQ(hasBackup ? "backup" : "-", host.Keys());
+    EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, SideFiles, testing::ValuesIn(kSideFileCases),
@@ -204,9 +206,11 @@ TEST(Restore, CopyThatFailsLeavesANewStoreOrTheOneThatCouldNotBeRemoved) {
 
 TEST(Restore, CommandsAreThoseTheHostKnows) {
   const RestoringHost host;
+  host.RunAndDie(kStore, "INSERT INTO KVTable(Key) VALUES('other');");
   for (const char* name : {"rm", "cp"}) {
     Program(host, std::string("/bin/") + name,
-            std::string("echo ") + name + " \"$@\" >> $HALDEN_ROOT/commands; exec /usr/bin/" + name + " \"$@\"\n");
+            "ls $HALDEN_ROOT/etc/halden/configstore | xargs >> $HALDEN_ROOT/commands; echo " + std::string(name) +
+                " \"$@\" >> $HALDEN_ROOT/commands; exec /usr/bin/" + name + " \"$@\"\n");
   }
   LoadStore(true);
   std::string commands = host.root.Read("/commands");
@@ -214,7 +218,9 @@ TEST(Restore, CommandsAreThoseTheHostKnows) {
     commands.erase(at, host.root.Path().size());
   }
   EXPECT_EQ(
+      "current-store-1 current-store-1-shm current-store-1-wal\n"
       "rm -f /etc/halden/configstore/current-store-1\n"
+      "\n"
       "cp /var/lib/halden/configstore/backup/current-store-1 /etc/halden/configstore/current-store-1\n",
       commands);
 }

@@ -7,32 +7,32 @@ namespace {
 
 using namespace OrvoConfigStore;
 
-// Breaks one rule per check that a kind of write may select; each letter of a
-// case's "breaks" is the first letter of a member or rule below.
+// Each breach below breaks one rule of this type, and each rule belongs to one check.
 constexpr char kSchema[] =
     "{'type':'object','additionalProperties':false,'required':['r','rv'],'properties':{"
     "'r':{'type':'string'},'rv':{'type':'string','vital':true},'t':{'type':'integer'},"
     "'u':{'type':'string','optionDependency':{'name':'t','value':['x']}},"
-    "'v':{'type':'string','vital':true},'c':{'type':'string','cached':true},"
+    "'to':{'type':'string','reference':'/r'},'v':{'type':'string','vital':true},'c':{'type':'string','cached':true},"
     "'g':{'type':'array','instanceId':'cs_generated_id','cached':false,'items':{'type':'object','properties':{"
     "'cs_generated_id':{'type':'string','instanceId':true}}}}}}";
 
 struct Breach {
   const char* data;
-  const char* error;
+  const char* violation;
 };
-const Breach kAdditional = {"{'r':'','rv':'','x':1}", "Additional property not allowed: x"};
-const Breach kType = {"{'r':'','rv':'','t':'1'}", "INCORRECT TYPE: expected integer."};
-const Breach kMarker = {"{'r':'','rv':'','v':''}", "Non user property not allowed."};
-const Breach kMissing = {"{'rv':''}", "Required property missing: r"};
-const Breach kMissingVital = {"{'r':''}", "Required property missing: rv"};
-const Breach kNotVital = {"{'r':'','rv':'','c':''}", "property is not vital"};
-const Breach kNotCached = {"{'r':'','rv':'','v':''}", "property is not cached"};
-const Breach kUnion = {"{'r':'','rv':'','u':''}", "Object does not follow UnionTag condition"};
+const Breach kAdditional = {"{'r':'','rv':'','x':1}", ": Additional property not allowed: x"};
+const Breach kType = {"{'r':'','rv':'','t':'1'}", "/t: INCORRECT TYPE: expected integer."};
+const Breach kReference = {"{'r':'','rv':'','to':'x'}", "/to: REFERENCE ERROR: /to->/r"};
+const Breach kMarker = {"{'r':'','rv':'','v':''}", "/v: Non user property not allowed."};
+const Breach kMissing = {"{'rv':''}", ": Required property missing: r"};
+const Breach kMissingVital = {"{'r':''}", ": Required property missing: rv"};
+const Breach kNotVital = {"{'r':'','rv':'','c':''}", "/c: property is not vital"};
+const Breach kNotCached = {"{'r':'','rv':'','v':''}", "/v: property is not cached"};
+const Breach kUnion = {"{'r':'','rv':'','u':''}", "/u: Object does not follow UnionTag condition"};
 const Breach kDuplicate = {"{'r':'','rv':'','g':[{'cs_generated_id':'i'},{'cs_generated_id':'i'}]}",
-                           "Duplicate instanceIds: i"};
-const Breach* const kBreaches[] = {&kAdditional, &kType,      &kMarker, &kMissing,  &kMissingVital,
-                                   &kNotVital,   &kNotCached, &kUnion,  &kDuplicate};
+                           "/g: Duplicate instanceIds: i"};
+const Breach* const kBreaches[] = {&kAdditional,   &kType,     &kReference, &kMarker, &kMissing,
+                                   &kMissingVital, &kNotVital, &kNotCached, &kUnion,  &kDuplicate};
 
 struct KindCase {
   const char* name;
@@ -131,7 +131,7 @@ bool Reports(WriteKind kind, const Breach& breach) {
   const auto schema = CreateDocumentFromString(Quoted(kSchema));
   const auto data = CreateDocumentFromString(Quoted(breach.data));
   for (const ErrorInfo& info : FindViolations(kind, *schema->document, *data->document, *data->allocator)) {
-    if (info.error == breach.error) return true;
+    if (info.field + ": " + info.error == breach.violation) return true;
   }
   return false;
 }
@@ -142,7 +142,7 @@ TEST_P(KindsOfWrite, ReportTheirOwnBreachesAlone) {
   const auto& reported = GetParam().reported;
   for (const Breach* breach : kBreaches) {
     const bool expected = std::find(reported.begin(), reported.end(), breach) != reported.end();
-    EXPECT_EQ(expected, Reports(GetParam().kind, *breach)) << breach->error;
+    EXPECT_EQ(expected, Reports(GetParam().kind, *breach)) << breach->violation;
   }
 }
 
@@ -171,6 +171,14 @@ INSTANTIATE_TEST_SUITE_P(Rules, KindsOfWrite, testing::ValuesIn(kKindCases),
 TEST(ObjectsToWrite, MustBeObjects) {
   EXPECT_EQ("1030 Invalid type, Expected Object.", Write(WriteKind::User, "{'type':'array','items':{}}", "[]"));
   EXPECT_EQ("1030 Invalid type, Expected Object.", Write(WriteKind::Vital, "{'type':'object'}", "null"));
+}
+
+TEST(ObjectsToWrite, NeedTheirRequiredMembersFromOutsideCallersAlone) {
+  const auto schema = SchemaOf("{'type':'object','required':['a']}");
+  const auto set = [&](uint32_t kind) { return Thrown([&] { ValidateSetByContext(schema, ObjectOf("{}"), {kind}); }); };
+  EXPECT_EQ("1089 Failed to validate Set [: Required property missing: a]", set(USERDATA_CONTEXT::EXTERNAL));
+  EXPECT_EQ("", set(USERDATA_CONTEXT::AUTOCONFIGURATION));
+  EXPECT_EQ("", set(7));
 }
 
 TEST(ObjectsToWrite, OfATypeWithInstancesAreOneElement) {

@@ -133,7 +133,8 @@ INSTANTIATE_TEST_SUITE_P(Identifiers, Validation, testing::ValuesIn(kIdentifiers
 const char kLinks[] =
     "{'type':'object','properties':{'link':{'type':'array','items':{'type':'object','properties':{"
     "'name':{'type':'string'},'number':{'type':'integer'}}}},'to':{'type':'string','reference':'/link/name'},"
-    "'port':{'type':'integer','reference':'/link/number'},'also':{'type':'string','reference':'/link/number'},"
+    "'port':{'type':'integer','reference':'/link/number'},'also':{'type':'string','reference':'/link/"
+    "number'},'n':{'type':'integer','reference':'/link/name'},"
     "'o':{'type':'object','properties':{'up':{'type':'array','items':{'type':'string','reference':'/link/name'}}}}}}";
 
 const ValidationCase kReferences[] = {
@@ -151,6 +152,11 @@ const ValidationCase kReferences[] = {
      "{'also':'1','port':1,'link':[{'number':1}]}",
      {CHECK_REFERENCES},
      "/also: REFERENCE ERROR: /also->/link/number; /port: REFERENCE ERROR: /port->/link/number"},
+    {"NumberIsNoneOfTheTexts",
+     kLinks,
+     "{'n':1,'link':[{'name':'1'}]}",
+     {CHECK_REFERENCES},
+     "/n: REFERENCE ERROR: /n->/link/name"},
     {"AlwaysFailsByDefault", kLinks, "{'to':'a','link':[{'name':'a'}]}", {}, "/to: REFERENCE ERROR: /to->/link/name"},
     {"IsOffWithoutItsCheck", kLinks, "{'to':'c'}", {CHECK_SCALAR_TYPES}, ""},
     {"LayerIsNotLookedAtThen",
