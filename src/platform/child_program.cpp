@@ -110,13 +110,13 @@ ChildResult WaitFor(pid_t child) {
 }
 
 /// Without a record the keeper has been killed, and nobody has waited.
-ChildResult ReadReport(int pipe) {
+ChildResult ReadReport(int pipe, pid_t keeper) {
   ChildResult record;
   ssize_t length = 0;
   do {
     length = read(pipe, &record, sizeof record);
   } while (length < 0 && errno == EINTR);
-  return length == sizeof record ? record : ChildResult{ChildResult::NOT_WAITED_FOR, ECHILD, 0};
+  return length == sizeof record ? record : ChildResult{ChildResult::NOT_WAITED_FOR, ECHILD, keeper};
 }
 
 /// The caller may have set its children to be collected by themselves.
@@ -141,7 +141,7 @@ ChildResult HaldenKernel_ForkExec(const std::vector<std::string>& words) {
     if (keeper == 0) KeepChild(program, ends[1]);
     if (keeper < 0) return {ChildResult::NOT_STARTED, errno, 0};
   }
-  const ChildResult result = ReadReport(reading.Number());
+  const ChildResult result = ReadReport(reading.Number(), keeper);
   Collect(keeper);
   return result;
 }

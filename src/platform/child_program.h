@@ -25,7 +25,7 @@ struct ChildResult {
   };
   Kind kind = NOT_STARTED;
   int value = 0;
-  pid_t child = 0;
+  pid_t child = 0;  ///< who was waited for, when there was anybody
 };
 
 /// Runs the program `words[0]` with the other words as its arguments and waits

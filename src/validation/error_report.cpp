@@ -43,9 +43,9 @@ bool CopyAllowance::Count(const JsonValue& value, int depth) {
 }
 
 bool CopyAllowance::Spend(size_t bytes) {
-  const bool enough = bytes <= bytes_;
-  bytes_ = enough ? bytes_ - bytes : 0;
-  return enough;
+  if (bytes > bytes_) return false;
+  bytes_ -= bytes;
+  return true;
 }
 
 }  // namespace OrvoConfigStore

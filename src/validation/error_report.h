@@ -18,8 +18,8 @@ class CopyAllowance {
  public:
   /// Whether `value` may be copied, and counts it. A value that nests so deep
   /// that the errors could not be written as text may not.
-  /// Deliberate: once one value is refused for its size, so are all after it,
-  /// since looking how large they are would take as long as copying them.
+  /// Deliberate: what was counted of a value that is then refused stays counted,
+  /// since looking costs as much as copying; all later values may be refused.
   bool Take(const JsonValue& value);
 
  private:

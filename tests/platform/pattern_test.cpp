@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/pattern_size.h"
 #include "support/log_capture.h"
 #include "support/temp_root.h"
 
@@ -93,6 +94,41 @@ TEST(MatchesOfTooManySteps, AreGivenUpWithALogLine) {
   EXPECT_EQ("no", Match("(?:" + Repeated("(?=)", 800) + "a)*", Repeated("a", 1000)));
   EXPECT_EQ("no", Match("(?:(?:" + Repeated("|", 3000) + ")a)*", Repeated("a", 10000)));
   EXPECT_EQ(3u, log.RawLines().size());
+}
+
+struct SizeCase {
+  const char* pattern;
+  const char* size;  // states lookaheads nesting
+};
+
+TEST(PatternSizes, CountWhatRepeatsWriteOut) {
+  const SizeCase cases[] = {
+      {"abc", "3 0 0"},
+      {"a|b", "6 0 0"},
+      {"(a)", "4 0 1"},
+      {"(?:a)((b))", "11 0 2"},
+      {"a*b+?", "8 0 0"},
+      {"ab{3}", "7 0 0"},
+      {"a{2,5}", "20 0 0"},
+      {"a{2,}", "14 0 0"},
+      {"(ab){2}", "17 0 1"},
+      {"(?=a)(?!b)", "8 2 1"},
+      {"(?=a){3}", "18 4 1"},
+      {"\\(\\[\\|", "3 0 0"},
+      {"\\c(\\c[(", "5 0 1"},
+      {"[(|]*", "3 0 0"},
+      {"[\\](]", "1 0 0"},
+      {"[[:a:](]", "1 0 0"},
+      {"[[=]=](]", "1 0 0"},
+      {"[[](", "4 0 1"},
+      {"a{1000}{1000}", "1004005 0 0"},
+  };
+  for (const SizeCase& c : cases) {
+    const OrvoConfigStore::PatternSize size = OrvoConfigStore::MeasurePattern(c.pattern);
+    EXPECT_EQ(c.size,
+              std::to_string(size.states) + " " + std::to_string(size.lookaheads) + " " + std::to_string(size.nesting))
+        << c.pattern;
+  }
 }
 
 struct RefusedCase {
