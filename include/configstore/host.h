@@ -43,8 +43,9 @@ struct SchemaInfo {
 /// file, and ConfigStoreException(2000) when the schema store cannot be written.
 CONFIGSTORE_API std::vector<SchemaInfo> RegisterSchemaFiles(const std::vector<std::string>& paths);
 
-/// Returns the registered types, sorted by component, group and key. Throws
-/// ConfigStoreException(2000) when the schema store cannot be read.
+/// Returns the registered types, sorted by component, group and key; none while
+/// there is no schema store. Throws ConfigStoreException(2000) when it cannot be
+/// read.
 CONFIGSTORE_API std::vector<SchemaInfo> ListSchemas();
 
 /// Why the calling thread's last database call failed.

@@ -24,6 +24,7 @@ constexpr size_t kMaxBacktrackingBytes = 512;
 constexpr size_t kBacktrackingSteps = size_t{1} << 20;
 constexpr size_t kBaseSteps = size_t{8} << 20;
 constexpr size_t kStepsPerByte = 10;
+constexpr size_t kStatesPerStep = 8;  // every byte may visit all states
 constexpr uintptr_t kMaxMatchStack = uintptr_t{1} << 20;
 
 constexpr size_t kKeptPatterns = 256;
@@ -164,12 +165,6 @@ std::string BoundExceeded(const std::string& text, const PatternSize& size) {
   return "larger than " + std::to_string(kMaxStates) + " states with its repeats written out";
 }
 
-// Every byte may visit all states; a lookahead sets up a match of its own.
-size_t StepsPerByte(const PatternSize& size) {
-  const size_t visits = 1 + size.states / 8;
-  return visits + size.lookaheads * (visits + 8);
-}
-
 }  // namespace
 
 std::shared_ptr<const Pattern> Pattern::Get(const std::string& text, std::string* reason) {
@@ -179,7 +174,7 @@ std::shared_ptr<const Pattern> Pattern::Get(const std::string& text, std::string
   *reason = BoundExceeded(text, size);
   if (!reason->empty()) return nullptr;
   try {
-    auto pattern = std::make_shared<const Pattern>(text, StepsPerByte(size));
+    auto pattern = std::make_shared<const Pattern>(text, 1 + size.states / kStatesPerStep);
     cache.Keep(text, pattern, size.states);
     return pattern;
   } catch (const std::regex_error& error) {

@@ -7,24 +7,13 @@ namespace OrvoConfigStore {
 namespace {
 
 constexpr size_t kCap = size_t{1} << 30;  // keeps products in range
-size_t Capped(size_t n) {
-  return std::min(n, kCap);
+
+size_t Sum(size_t a, size_t b) {
+  return std::min(a + b, kCap);
 }
-
-// What a piece of a pattern compiles to, at most.
-struct Size {
-  size_t states = 0;
-  size_t lookaheads = 0;
-
-  void Add(const Size& other) {
-    states = Capped(states + other.states);
-    lookaheads = Capped(lookaheads + other.lookaheads);
-  }
-  void Repeat(size_t times) {
-    states = Capped(Capped(states) * times);
-    lookaheads = Capped(Capped(lookaheads) * times);
-  }
-};
+size_t Product(size_t a, size_t b) {
+  return std::min(std::min(a, kCap) * std::min(b, kCap), kCap);
+}
 
 class Measure {
  public:
@@ -33,23 +22,15 @@ class Measure {
     while (groups_.size() > 1) Close();
   }
 
-  PatternSize Result() const {
-    const Size total = groups_.front().Total();
-    return {total.states, total.lookaheads, nesting_};
-  }
+  PatternSize Result() const { return {groups_.front().Total(), nesting_}; }
 
  private:
-  // The terms of one group; the last one apart, since a quantifier may follow.
+  // The states of one group's terms; the last one apart, since a quantifier may follow.
   struct Group {
-    bool lookahead = false;
-    Size before;
-    Size last;
+    size_t before = 0;
+    size_t last = 0;
 
-    Size Total() const {
-      Size total = before;
-      total.Add(last);
-      return total;
-    }
+    size_t Total() const { return Sum(before, last); }
   };
 
   void Next() {
@@ -64,23 +45,25 @@ class Measure {
       case ')':
         return Close();
       case '|':
-        return Term({4, 0});
+        return Term(4);
       case '*':
       case '+':
       case '?':
-        return groups_.back().last.Add({2, 0});
+        return AddToLast(2);
       case '{':
         return Braces();
       default:
-        return Term({1, 0});
+        return Term(1);
     }
   }
 
-  void Term(const Size& size) {
+  void Term(size_t states) {
     Group& group = groups_.back();
-    group.before.Add(group.last);
-    group.last = size;
+    group.before = group.Total();
+    group.last = states;
   }
+
+  void AddToLast(size_t states) { groups_.back().last = Sum(groups_.back().last, states); }
 
   bool SkipIf(char c) {
     const bool there = at_ < text_.size() && text_[at_] == c;
@@ -96,7 +79,7 @@ class Measure {
 
   void Escape() {
     SkipEscaped();
-    Term({1, 0});
+    Term(1);
   }
 
   void Class() {
@@ -107,7 +90,7 @@ class Measure {
         SkipNamed(text_[at_++]);
       }
     }
-    Term({1, 0});
+    Term(1);
   }
 
   // "[:alpha:]" within a class; its "]" does not end the class.
@@ -117,27 +100,24 @@ class Measure {
     SkipIf(']');
   }
 
+  // "(?:", "(?=" and "(?!" are groups like any other.
   void Open() {
-    const bool special = SkipIf('?');
-    Group group;
-    group.lookahead = special && (SkipIf('=') || SkipIf('!'));
-    if (special && !group.lookahead) SkipIf(':');
-    groups_.push_back(group);
+    if (SkipIf('?')) ++at_;
+    groups_.emplace_back();
     nesting_ = std::max(nesting_, groups_.size() - 1);
   }
 
   void Close() {
     if (groups_.size() == 1) return;
-    Size size = groups_.back().Total();
-    size.Add(groups_.back().lookahead ? Size{3, 1} : Size{3, 0});
+    const size_t states = groups_.back().Total();
     groups_.pop_back();
-    Term(size);
+    Term(Sum(states, 3));
   }
 
   size_t Number() {
     size_t number = 0;
     for (; at_ < text_.size() && text_[at_] >= '0' && text_[at_] <= '9'; ++at_) {
-      number = Capped(number * 10 + static_cast<size_t>(text_[at_] - '0'));
+      number = Sum(number * 10, static_cast<size_t>(text_[at_] - '0'));
     }
     return number;
   }
@@ -147,10 +127,9 @@ class Measure {
     const bool range = SkipIf(',');
     const size_t most = range ? std::max(least + 1, Number()) : least;
     SkipIf('}');
-    Size& repeated = groups_.back().last;
-    if (range) repeated.Add({2, 0});
-    repeated.Repeat(most + 1);  // what is repeated stays beside its copies
-    repeated.Add({2, 0});
+    if (range) AddToLast(2);
+    groups_.back().last = Product(groups_.back().last, most + 1);  // what is repeated stays beside its copies
+    AddToLast(2);
   }
 
   std::string_view text_;

@@ -7,9 +7,8 @@ namespace OrvoConfigStore {
 
 /// How large a pattern is, before anything recursive looks at it.
 struct PatternSize {
-  size_t states = 0;      ///< at most so many once its repeats are written out
-  size_t lookaheads = 0;  ///< among them
-  size_t nesting = 0;     ///< of parentheses
+  size_t states = 0;   ///< at most so many once its repeats are written out
+  size_t nesting = 0;  ///< of parentheses
 };
 
 /// Measures an ECMAScript pattern without recursion. The text need not be well
