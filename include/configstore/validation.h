@@ -25,8 +25,9 @@ enum VALIDATION_CHECK : int {
 };
 
 /// Validates `data` against `schema` and sets `errors` to an array with an object
-/// {"value", "field", "error"} per violation; empty means valid. `allocator` is
-/// that of the document that holds `data`, which check 6 changes.
+/// {"value", "field", "error"} per violation; empty means valid. At most 250,000
+/// are listed, and a "value" is null where the copies would grow too large.
+/// `allocator` is that of the document that holds `data`, which check 6 changes.
 /// Throws ConfigStoreException(2000, "Invalid JSON") when the schema is unusable.
 CONFIGSTORE_API void ValidateJsonInternal(const JsonValue& schema, const JsonValue& data, JsonDocument& errors,
                                           const std::unordered_set<int>& checks, JsonAllocator& allocator);
