@@ -190,16 +190,6 @@ void CheckSource(const std::string& file) {
   throw CommandFailed(failure);
 }
 
-/// Deliberate: a store that others have open is reported as busy although it may hold
-/// the backup's content by then: the library reports both alike.
-[[noreturn]] void FailRestore(const std::string& store) {
-  if (OrvoConfigStore::LastStorageError().kind != StorageError::NONE) FailCopy(store);
-  throw CommandFailed({Exit::kUnavailable,
-                       "the copy did not end cleanly, most likely because other programs have the store open; it "
-                       "holds its own content or the backup's, whole",
-                       store, "stop those programs and restore again; the system log says more"});
-}
-
 Exit Restore(Session& session, const std::string& file) {
   session.where = file;
   const HostLog log;
@@ -208,7 +198,7 @@ Exit Restore(Session& session, const std::string& file) {
   std::error_code error;
   if (!fs::exists(ResolveHostPath(store), error)) OrvoConfigStore::CreateDatabases();
   // Through the database, page by page: programs that have the store open see it change.
-  if (OrvoConfigStore::backup(file, store) != 0) FailRestore(store);
+  if (OrvoConfigStore::backup(file, store) != 0) FailCopy(store);
   session.PrintResult("restored from " + Printable(file) + "; \"csctl status\" shows what is pending in it",
                       JsonObject({{"restored", JsonString(file)}}));
   return Exit::kDone;

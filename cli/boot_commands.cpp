@@ -24,6 +24,7 @@ namespace {
 
 Exit Load(Session& session, bool boot) {
   const HostLog log;
+  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(OrvoConfigStore::PackageUpgrades());
   OrvoConfigStore::LoadStore(boot);
   session.PrintResult("the store is loaded and the boot phase has begun; \"csctl boot end\" ends it",
                       JsonObject({{"loaded", "true"}}));

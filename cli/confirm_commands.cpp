@@ -111,6 +111,7 @@ struct Status {
   bool isBoot;
   bool appliesStaged;
   size_t staged;
+  size_t desired;
   size_t unconfirmed;
   std::string backup;  ///< empty when there is none
   bool isBackupConsistent;
@@ -121,7 +122,10 @@ Status ReadStatus() {
   status.isBoot = OrvoConfigStore::IsBoot();
   status.appliesStaged = OrvoConfigStore::GetNextBootMode();
   status.staged = OrvoConfigStore::ListStagedConfig().size();
-  status.unconfirmed = CountUnconfirmed(OrvoConfigStore::ListStoredObjects("", "", ""));
+  const NameList stored = OrvoConfigStore::ListStoredObjects("", "", "");
+  status.desired = static_cast<size_t>(
+      std::count_if(stored.begin(), stored.end(), [](const StoredName& name) { return name.pending; }));
+  status.unconfirmed = CountUnconfirmed(stored);
   status.backup = OrvoConfigStore::FindBackup();
   status.isBackupConsistent = !status.backup.empty() && OrvoConfigStore::IsConsistentStore(status.backup);
   return status;
@@ -135,6 +139,7 @@ std::string StatusJson(const Status& status) {
   return JsonObject({{"boot", JsonBool(status.isBoot)},
                      {"mode", JsonString(status.appliesStaged ? "apply" : "normal")},
                      {"staged", std::to_string(status.staged)},
+                     {"desired", std::to_string(status.desired)},
                      {"unconfirmed", std::to_string(status.unconfirmed)},
                      {"backup", backup}});
 }
@@ -151,6 +156,7 @@ Exit ShowStatus(Session& session) {
       {"boot phase", status.isBoot ? "yes" : "no"},
       {"next load", status.appliesStaged ? "applies the staged configuration" : "normal"},
       {"staged objects", std::to_string(status.staged)},
+      {"desired values", std::to_string(status.desired)},
       {"unconfirmed objects", std::to_string(status.unconfirmed)},
       {"backup", status.backup.empty() ? "none" : status.backup + verdict},
   };
@@ -167,7 +173,7 @@ Run SetUpStatus(CLI::App&) {
 const std::vector<Command>& ConfirmCommands() {
   static const std::vector<Command> commands = {
       {"confirm", "Confirm pending values: from then on they are in force", SetUpConfirm},
-      {"status", "Show boot phase, next boot, unconfirmed objects and the backup", SetUpStatus},
+      {"status", "Show boot phase, next boot, what is staged, desired and unconfirmed, and the backup", SetUpStatus},
   };
   return commands;
 }

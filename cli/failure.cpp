@@ -121,6 +121,11 @@ const char* CommandFailed::what() const noexcept {
   return failure_.message.c_str();
 }
 
+void FailNoUpgrade() {
+  throw CommandFailed({Exit::kRefused, "the host is not upgrading", "",
+                       "an upgrade is under way while the file /etc/halden/upgrade-in-progress exists"});
+}
+
 Failure ExplainStorage(const StorageError& error) {
   const StorageRule& rule = kStorageRules[error.kind];
   std::string message = rule.message;

@@ -37,6 +37,9 @@ class CommandFailed : public std::exception {
 /// the library: the storage error belongs to the last one.
 Failure Explain(const std::exception& error, const std::string& where);
 
+/// Refuses what only an upgrade may do, on a host that is not upgrading.
+[[noreturn]] void FailNoUpgrade();
+
 /// Explains why the store could not be opened or used.
 Failure ExplainStorage(const OrvoConfigStore::StorageError& error);
 

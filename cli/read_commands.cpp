@@ -110,7 +110,13 @@ Run SetUpLayers(CLI::App& app) {
 std::string NameJson(const StoredName& name) {
   return JsonObject({{"id", JsonString(ObjectName(name.id))},
                      {"version", JsonString(name.version)},
-                     {"confirmed", name.confirmed ? "true" : "false"}});
+                     {"confirmed", name.confirmed ? "true" : "false"},
+                     {"desired", name.pending ? "true" : "false"}});
+}
+
+/// What a listing says of an object beside its name.
+std::string Remark(const StoredName& name) {
+  return std::string(name.confirmed ? "" : "  (not confirmed)") + (name.pending ? "  (desired value pending)" : "");
 }
 
 Exit List(Session& session, const std::string& prefixText) {
@@ -122,7 +128,7 @@ Exit List(Session& session, const std::string& prefixText) {
     if (session.json) {
       elements.push_back(NameJson(name));
     } else {
-      session.Print(ObjectName(name.id) + (name.confirmed ? "" : "  (not confirmed)"));
+      session.Print(ObjectName(name.id) + Remark(name));
     }
   }
   if (session.json) session.Print(JsonArray(elements));

@@ -14,6 +14,7 @@ struct Session {
   bool json = false;
   bool verbose = false;
   bool quiet = false;
+  bool upgrade = false;     ///< the run is a step of an upgrade
   bool onTerminal = false;  ///< standard output shows on one
   std::string where;        ///< what the command works on, for a failure report
 

@@ -1,6 +1,7 @@
 #include "tool.h"
 
 #include <configstore/host.h>
+#include <configstore/lifecycle.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -30,6 +31,8 @@ CommandLine::CommandLine() {
   app.set_version_flag("--version", std::string("csctl ") + CONFIGSTORE_VERSION);
   app.add_option("--root", session.root, "Use the host found under this directory")->type_name("DIR")->take_last();
   app.add_flag("--json", session.json, "Print JSON, errors included");
+  app.add_flag("--upgrade", session.upgrade,
+               "Write as an upgrade does: also in the boot phase, new user values wait for confirmation");
   app.add_flag("-v,--verbose", session.verbose, "With an error, say all that is known of it");
   app.add_flag("-q,--quiet", session.quiet, "Print nothing but errors");
   app.require_subcommand(1);
@@ -74,11 +77,21 @@ void EnterRoot(const std::string& root) {
   OrvoConfigStore::SetHostRoot(absolute.string());
 }
 
+/// Runs the chosen command, with --upgrade as a registered step of an upgrade.
+Exit RunCommand(CommandLine& line) {
+  if (!line.session.upgrade) return line.chosen(line.session);
+  OrvoConfigUpgrade::UpgradeFunctions functions = OrvoConfigStore::PackageUpgrades();
+  if (!functions.isUpgrade()) FailNoUpgrade();
+  functions.getUpgradeRunner = [] { return true; };
+  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(functions);
+  return line.chosen(line.session);
+}
+
 int RunChosen(CommandLine& line) {
   line.session.onTerminal = isatty(STDOUT_FILENO) == 1;
   try {
     EnterRoot(line.session.root);
-    const Exit exit = line.chosen(line.session);
+    const Exit exit = RunCommand(line);
     if (!std::cout.flush()) {
       throw CommandFailed({Exit::kStorage, "the output cannot be written in full", "standard output",
                            "the command itself was carried out; make room and read again"});

@@ -2,6 +2,8 @@
 #include <configstore/lifecycle.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
 
 #include "command.h"
 #include "failure.h"
@@ -50,6 +52,7 @@ Run SetUpDefaultsLoad(CLI::App& app) {
 Run SetUpRefresh(CLI::App& app) {
   return [packages = AddPackages(app, kPackagesHelp)](Session& session) {
     const HostLog log;
+    const OrvoConfigUpgrade::ScopedUpgradeLibrary library(OrvoConfigStore::PackageUpgrades());
     if (!OrvoConfigStore::RefreshConfigStore(*packages, *packages)) {
       FailPackages("the packages' schema files are refused; types and defaults are as they were");
     }
@@ -59,19 +62,41 @@ Run SetUpRefresh(CLI::App& app) {
   };
 }
 
+std::string Join(const Packages& packages) {
+  std::string joined;
+  for (const std::string& package : packages) joined += (joined.empty() ? "" : ", ") + package;
+  return joined;
+}
+
+/// Returns those of `packages` whose upgrade has failed.
+Packages FailedUpgrades(const Packages& packages) {
+  Packages failed;
+  std::copy_if(packages.begin(), packages.end(), std::back_inserter(failed),
+               [](const std::string& package) { return OrvoConfigStore::GetUpgradeLibStatus(package) == 0; });
+  return failed;
+}
+
+Exit RunUpgrade(Session& session, const Packages& packages) {
+  const HostLog log;
+  const OrvoConfigUpgrade::UpgradeFunctions functions = OrvoConfigStore::PackageUpgrades();
+  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(functions);
+  OpenStore();
+  if (!functions.isUpgrade()) FailNoUpgrade();
+  OrvoConfigStore::Upgrade(packages);
+  const Packages failed = FailedUpgrades(packages);
+  if (!failed.empty()) {
+    throw CommandFailed({Exit::kNo, "an upgrade has failed", Printable(Join(failed)),
+                         "the system log says which program and why; mend it and run the upgrade again"});
+  }
+  session.PrintResult("upgraded " + Printable(Join(packages)),
+                      JsonObject({{"upgraded", std::to_string(packages.size())}}));
+  return Exit::kDone;
+}
+
 Run SetUpUpgradeRun(CLI::App& app) {
   auto packages = std::make_shared<Packages>();
   app.add_option("PACKAGE", *packages, "Packages to upgrade")->required();
-  return [packages](Session& session) {
-    const HostLog log;
-    OpenStore();
-    OrvoConfigStore::Upgrade(*packages);
-    session.PrintResult(
-        "handed to the host's upgrade library; without one, or when no upgrade is under way, nothing is done and the "
-        "system log says so",
-        JsonObject({{"handed", std::to_string(packages->size())}}));
-    return Exit::kDone;
-  };
+  return [packages](Session& session) { return RunUpgrade(session, *packages); };
 }
 
 // Indexed by what GetUpgradeLibStatus returns.
@@ -119,7 +144,8 @@ const std::vector<Command>& UpgradeCommands() {
       {"defaults load", "Store the default objects that packages bring", SetUpDefaultsLoad},
       {"refresh", "Register the types of packages, have them upgraded, and load their defaults", SetUpRefresh},
       {"upgrade", "Run and ask about upgrades", nullptr},
-      {"upgrade run", "Have the host's upgrade library upgrade packages, late, with the store up", SetUpUpgradeRun},
+      {"upgrade run", "Upgrade packages late, with the store up: run the programs that they bring for it",
+       SetUpUpgradeRun},
       {"upgrade status", "Tell how an upgrade library's last run ended; exit 1 when it failed", SetUpUpgradeStatus},
       {"ramdisk", "Give the store and its backup directory a file system in memory each", SetUpRamdisk},
   };

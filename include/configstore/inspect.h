@@ -33,6 +33,7 @@ struct StoredName {
   ConfigStoreObjectId id;
   std::string version;    ///< of the schema that it was written with
   bool confirmed = true;  ///< its success flag
+  bool pending = false;   ///< it holds a desired value
 };
 
 /// Returns the stored objects of a component, group and key, sorted; an empty

@@ -6,6 +6,7 @@
 
 #include "configstore/export.h"
 #include "configstore/object_id.h"
+#include "configstore/upgrade_library.h"
 
 /// Loading the store at boot, keeping it in order, and upgrading it: the entry
 /// points of the host's boot scripts, upgrade tools and packages.
@@ -115,6 +116,14 @@ CONFIGSTORE_API void SetUpgradeLibStatus(const bool& success, const std::string&
 /// that is not known.
 /// Deliberate: a name with a quote in it is never known.
 CONFIGSTORE_API int GetUpgradeLibStatus(const std::string& libName);
+
+/// Returns an upgrade library for hosts that have none of their own; a
+/// ScopedUpgradeLibrary puts it in force. The host is upgrading while the file
+/// /etc/halden/upgrade-in-progress exists. An upgrade runs the programs
+/// components/PACKAGE/upgrade/* of each listed package, of all installed ones for an
+/// empty list, in the order of their names, with the argument "early" or "late",
+/// until one fails; how it ended is recorded under the name of the package.
+CONFIGSTORE_API OrvoConfigUpgrade::UpgradeFunctions PackageUpgrades();
 
 /// What the next load would make of one object.
 struct BootChange {

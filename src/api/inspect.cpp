@@ -41,7 +41,7 @@ std::vector<StoredName> ListStoredObjects(const std::string& component, const st
   std::vector<StoredName> names;
   for (const RowMap& row : GetStoreRows(FormatSql(Sql::kListObjects, {component, group, key}), GetConn())) {
     const ConfigStoreObjectId id(row.Text(kName), row.Text(kGroup), row.Text(kComponent), row.Text(kIdentifier));
-    names.push_back({id, row.Text(kVersion), row.Text(kSuccess) == "1"});
+    names.push_back({id, row.Text(kVersion), row.Text(kSuccess) == "1", row.Text(kPending) == "1"});
   }
   return names;
 }

@@ -32,12 +32,11 @@ bool IsPackageName(const std::string& name) {
 }
 
 bool ReadFolder(const std::string& package, const std::string& folder, std::vector<PackageFile>* files) {
-  const std::string directory = kComponents + "/" + package + "/" + folder;
-  std::vector<std::string> names;
-  bool isRead = List(directory, &names);
-  for (const std::string& name : names) {
-    if (!endsWith(name, ".json")) continue;
-    PackageFile file{package, directory + "/" + name, ""};
+  std::vector<std::string> paths;
+  bool isRead = ListPackageFolder(package, folder, &paths);
+  for (const std::string& path : paths) {
+    if (!endsWith(path, ".json")) continue;
+    PackageFile file{package, path, ""};
     const int error = HaldenLib::ReadFile(file.path, kMaxJsonBytes, &file.text);
     if (error != 0) isRead = Refuse(file.path, error);
     files->push_back(std::move(file));
@@ -66,15 +65,20 @@ std::vector<std::string> ChoosePackages(const std::vector<std::string>& listed,
   return listed.empty() ? installed : std::vector<std::string>(chosen.begin(), chosen.end());
 }
 
+bool ListPackageFolder(const std::string& package, const std::string& folder, std::vector<std::string>* paths) {
+  if (!IsPackageName(package)) return Refuse(kComponents + "/" + package, EINVAL);
+  const std::string directory = kComponents + "/" + package + "/" + folder;
+  std::vector<std::string> names;
+  const bool isRead = List(directory, &names);
+  for (const std::string& name : names) paths->push_back(directory + "/" + name);
+  return isRead;
+}
+
 bool ReadPackageFiles(const std::vector<std::string>& packages, const std::string& folder,
                       std::vector<PackageFile>* files) {
   bool isRead = true;
   for (const std::string& package : packages) {
-    if (!IsPackageName(package)) {
-      isRead = Refuse(kComponents + "/" + package, EINVAL);
-    } else if (!ReadFolder(package, folder, files)) {
-      isRead = false;
-    }
+    if (!ReadFolder(package, folder, files)) isRead = false;
   }
   return isRead;
 }

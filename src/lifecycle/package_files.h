@@ -31,4 +31,8 @@ std::vector<std::string> ChoosePackages(const std::vector<std::string>& listed,
 bool ReadPackageFiles(const std::vector<std::string>& packages, const std::string& folder,
                       std::vector<PackageFile>* files);
 
+/// Lists the paths of what lies in the folder of a package, sorted; a folder that is
+/// missing is empty. Returns false when it cannot be read, or the name is not usable.
+bool ListPackageFolder(const std::string& package, const std::string& folder, std::vector<std::string>* paths);
+
 }  // namespace OrvoConfigStore

@@ -17,7 +17,8 @@
 //      source that is not there.
 //   2. All pages are copied in one transaction of the destination.
 //   3. The copy says of itself that it has a write-ahead log when the source has
-//      one. It is turned to the rollback journal, so that it is one file.
+//      one. It is turned to the rollback journal, so that it is one file. A
+//      destination that others have open keeps its log: they see the copy through it.
 //   4. Both are closed. A file that was created for a copy that failed goes.
 
 namespace DBStore {
@@ -80,7 +81,7 @@ int CopyPages(sqlite3_backup* backup, int* code) {
 }
 
 /// Step 3. Alone with the file, so that no memory need be shared for its log.
-int LeaveLogMode(sqlite3* destination) {
+int LeaveLogMode(sqlite3* destination, bool isNew) {
   std::string mode;
   const auto take = [](void* result, int, char** texts, char**) {
     if (texts[0] != nullptr) *static_cast<std::string*>(result) = texts[0];
@@ -89,11 +90,13 @@ int LeaveLogMode(sqlite3* destination) {
   sqlite3_exec(destination, "PRAGMA locking_mode=EXCLUSIVE;", nullptr, nullptr, nullptr);
   const int code = sqlite3_exec(destination, "PRAGMA journal_mode=DELETE;", take, &mode, nullptr);
   if (code == SQLITE_OK && mode == "delete") return 0;
+  const bool isInUse = !isNew && (code & kPrimaryCode) == SQLITE_BUSY;
+  if (isInUse) return 0;
   Say("ConfigStore backup keeps its log: " + std::string(sqlite3_errmsg(destination)));
   return kFailed;
 }
 
-int Copy(sqlite3* source, sqlite3* destination) {
+int Copy(sqlite3* source, sqlite3* destination, bool isNew) {
   sqlite3_backup* const backup = sqlite3_backup_init(destination, "main", source, "main");
   if (backup == nullptr) {
     const int code = sqlite3_errcode(destination) & kPrimaryCode;
@@ -103,7 +106,7 @@ int Copy(sqlite3* source, sqlite3* destination) {
   int code = SQLITE_OK;
   int result = CopyPages(backup, &code);
   sqlite3_backup_finish(backup);
-  if (result == 0) result = LeaveLogMode(destination);
+  if (result == 0) result = LeaveLogMode(destination, isNew);
   Say("ConfigStore backup completed with rc = " + std::to_string(code));
   return result;
 }
@@ -125,7 +128,7 @@ int CopyOpen(const std::string& source, const std::string& destination) {
     Say(WithCode("Cannot initialize config store backup, ", SQLITE_ERROR));
     result = SQLITE_ERROR;
   }
-  if (result == 0) result = Copy(from.get(), to.get());
+  if (result == 0) result = Copy(from.get(), to.get(), isNew);
   to.reset();
   if (result == 0 || !isNew) return result;
   HaldenLib::RemoveFile(destination);

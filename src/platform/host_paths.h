@@ -18,6 +18,7 @@ constexpr char kFirstBootBackupFile[] = "/var/lib/halden/configstore/firstbootBa
 constexpr char kConfigurationDirectory[] = "/etc/halden";
 constexpr char kPreferencesFile[] = "/etc/halden/preferences";
 constexpr char kFeaturesFile[] = "/etc/halden/features";
+constexpr char kUpgradeMarkFile[] = "/etc/halden/upgrade-in-progress";
 constexpr char kSyslogFile[] = "/var/log/syslog";  // under a root only
 constexpr char kMountRecordFile[] = "/etc/mtab";   // likewise
 constexpr char kKernelLogDirectory[] = "/var/log/";

@@ -19,6 +19,7 @@ constexpr char kValue[] = "Value";
 /// Further columns of a row.
 constexpr char kVersion[] = "Version";
 constexpr char kSuccess[] = "Success";
+constexpr char kPending[] = "Pending";
 constexpr char kIdentifier[] = "Identifier";
 constexpr char kName[] = "Name";
 constexpr char kGroup[] = "ConfigGroup";
@@ -82,8 +83,9 @@ constexpr char kGetStoredRow[] =
 
 // Listing: three conditions that an empty value meets always.
 constexpr char kListObjects[] =
-    "SELECT Component, ConfigGroup, Name, Identifier, Version, Success from Config WHERE ('%1$s'='' or "
-    "Component='%1$s') and ('%2$s'='' or ConfigGroup='%2$s') and ('%3$s'='' or Name='%3$s') ORDER BY Component, "
+    "SELECT Component, ConfigGroup, Name, Identifier, Version, Success, DesiredValue is not null Pending from Config "
+    "WHERE ('%1$s'='' or Component='%1$s') and ('%2$s'='' or ConfigGroup='%2$s') and ('%3$s'='' or Name='%3$s') ORDER "
+    "BY Component, "
     "ConfigGroup, Name, Identifier;";
 
 // Reading all instances of a type: name, group, component.
