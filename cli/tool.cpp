@@ -37,8 +37,9 @@ CommandLine::CommandLine() {
   app.add_flag("-q,--quiet", session.quiet, "Print nothing but errors");
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
-  for (const auto* group : {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &BootCommands(),
-                            &StageCommands(), &ConfirmCommands(), &BackupCommands(), &UpgradeCommands()}) {
+  for (const auto* group :
+       {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &BootCommands(), &StageCommands(),
+        &ConfirmCommands(), &BackupCommands(), &UpgradeCommands(), &WatchCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }

@@ -17,3 +17,4 @@
 #include "configstore/object_id.h"
 #include "configstore/upgrade_library.h"
 #include "configstore/validation.h"
+#include "configstore/watch.h"

@@ -68,6 +68,10 @@ int ExecuteV2(const std::shared_ptr<StoreConnection>& connection, const std::str
   return RunOn(connection, {sql, nullptr, nullptr, callback, context, timeoutMs});
 }
 
+int ReadDataState(const std::shared_ptr<StoreConnection>& connection, DataState* state) {
+  return connection == nullptr ? NoConnection() : connection->ReadDataState(state);
+}
+
 int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection) {
   const std::string sql = kReadKey;
   const std::vector<std::string> values = {key};

@@ -76,6 +76,19 @@ int Execute(const std::shared_ptr<StoreConnection>& connection, const std::strin
 int ExecuteV2(const std::shared_ptr<StoreConnection>& connection, const std::string& sql, RowCallback callback,
               void* context, int timeoutMs);
 
+/// What tells one state of a database from another, as one connection sees it.
+struct DataState {
+  int handle = 0;       ///< counts the files and processes that the connection went through
+  std::string version;  ///< changes with every commit of another connection
+
+  bool operator==(const DataState& other) const { return handle == other.handle && version == other.version; }
+};
+
+/// Reads the state of the connection's database, which is the file that its path
+/// names now: one that has been replaced is left for the new one. A missing file
+/// is a failure that is not logged.
+int ReadDataState(const std::shared_ptr<StoreConnection>& connection, DataState* state);
+
 /// Reads the value of `key`: empty when there is none.
 int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection);
 /// Stores the value of `key`; a key that exists keeps its creation time.

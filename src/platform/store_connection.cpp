@@ -10,6 +10,17 @@
 
 namespace DBStore {
 
+namespace {
+
+const std::string kDataVersion = "PRAGMA data_version;";
+
+int TakeText(void* text, int, char** texts, char**) {
+  *static_cast<std::string*>(text) = texts[0];
+  return 0;
+}
+
+}  // namespace
+
 StoreConnection::StoreConnection(Type type)
     : path_(type == TYPE_STORE ? HaldenLib::kStoreFile : HaldenLib::kSchemaStoreFile),
       isPrivate_(false),
@@ -32,6 +43,7 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
   busyTimeout_ = kBusyTimeout;
   logPages_ = 0;
   isLogEnsured_ = false;
+  ++handles_;
   return true;
 }
 
@@ -61,6 +73,20 @@ bool StoreConnection::HasMoved() const {
   if (isPrivate_) return false;
   FileIdentity now;
   return IdentifyFile(path_, &now) != SQLITE_OK || !(now == file_);
+}
+
+/// Leaves a file that is no longer the one at the path, unless work on it is under way.
+bool StoreConnection::FollowPath() {
+  AbandonInChild();
+  if (database_ != nullptr && running_ == 0 && Levels() == 0 && HasMoved()) Close();
+  return database_ != nullptr || Open(WhenMissing::Record);
+}
+
+int StoreConnection::ReadDataState(DataState* state) {
+  if (!FollowPath()) return 1;
+  const int result = Run({kDataVersion, nullptr, nullptr, TakeText, &state->version});
+  state->handle = handles_;
+  return result;
 }
 
 void StoreConnection::SetBusyTimeout(int timeoutMs) {

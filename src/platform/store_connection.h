@@ -53,6 +53,9 @@ class StoreConnection {
   /// Runs one statement; returns 0 or 1.
   int Run(const Request& request);
 
+  /// As the function of DBStore.
+  int ReadDataState(DataState* state);
+
   /// Transactions, with the results of the functions of DBStore.
   int Begin();
   int Commit();
@@ -61,6 +64,7 @@ class StoreConnection {
  private:
   // store_connection.cpp: the handle
   bool EnsureOwnHandle();
+  bool FollowPath();
   void AbandonInChild();
   void Close();
   bool HasMoved() const;
@@ -97,6 +101,7 @@ class StoreConnection {
 
   int busyTimeout_ = kBusyTimeout;
   int running_ = 0;  // statements under way: a row callback may run others
+  int handles_ = 0;  // how many have been opened
   int logPages_ = 0;
   bool isLogEnsured_ = false;
 

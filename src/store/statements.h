@@ -88,6 +88,11 @@ constexpr char kListObjects[] =
     "BY Component, "
     "ConfigGroup, Name, Identifier;";
 
+// Reading whole rows; conditions follow.
+constexpr char kReadRows[] =
+    "SELECT Component, ConfigGroup, Name, Identifier, Version, AutoConfValue, UserValue, VitalValue, CachedValue, "
+    "DesiredValue, Success from Config";
+
 // Reading all instances of a type: name, group, component.
 constexpr char kGetInstances[] =
     "select Version, Success, identifier, UserValue, VitalValue, CachedValue, AutoConfValue, CreationTime, "

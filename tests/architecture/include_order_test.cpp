@@ -33,7 +33,8 @@ const std::map<std::string, std::string> kHeaderLayer = {
     {"json_document.h", "objects"}, {"base_object.h", "objects"}, {"config_store_object.h", "objects"},
     {"filter_spec.h", "objects"},   {"context.h", "objects"},     {"validation.h", "validation"},
     {"config_store.h", "api"},      {"boot_state.h", "api"},      {"host.h", "api"},
-    {"inspect.h", "api"},           {"lifecycle.h", "lifecycle"}, {"configstore.h", "lifecycle"},
+    {"inspect.h", "api"},           {"watch.h", "api"},           {"lifecycle.h", "lifecycle"},
+    {"configstore.h", "lifecycle"},
 };
 
 const fs::path kSource = CONFIGSTORE_SOURCE_DIR;

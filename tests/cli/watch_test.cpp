@@ -1,0 +1,97 @@
+// "csctl watch" beside a writer: what it prints, what it runs, and how it ends.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "cli/host.h"
+#include "configstore/config_store.h"
+
+namespace {
+
+using OrvoConfigStore::ConfigStore;
+
+const std::string kChanged = "changed " + kNetd + "\n";
+
+struct WatchCase {
+  const char* name;
+  std::vector<std::string> options;
+  Sink sink;
+  std::string out;
+  std::string err;
+};
+
+// Each ends by itself, with 0.
+const WatchCase kWatchCases[] = {
+    {"Text", {"--count", "1"}, Sink::kFile, kChanged, ""},
+    {"Json", {kNetd, "--count", "1", "--json"}, Sink::kFile, R"({"change":"changed","id":")" + kNetd + "\"}\n", ""},
+    {"Prefix", {"accessd", "netd/ipstack", "--count", "1", "-q"}, Sink::kFile, "", ""},
+    {"Exec",
+     {"--count", "1", "--exec", "echo $CSCTL_CHANGE for"},
+     Sink::kFile,
+     kChanged + "changed for " + kNetd + "\n",
+     ""},
+    {"ExecThatFails",
+     {"--count", "1", "--exec", "exit 3;"},
+     Sink::kFile,
+     kChanged,
+     "csctl: " + kNetd + ": the command ended with 3\n"},
+    {"SigtermEndsIt", {"--exec", "kill -TERM $PPID;:"}, Sink::kFile, kChanged, ""},
+    {"SigintEndsIt", {"--exec", "kill -INT $PPID;:"}, Sink::kFile, kChanged, ""},
+    {"SigtermReachesTheCommand", {"--exec", "kill -TERM $PPID; exec sleep 1000 #"}, Sink::kFile, kChanged, ""},
+    {"NoReaderEndsIt", {}, Sink::kClosedPipe, "", ""},
+};
+
+class Watch : public StockedHost {
+ protected:
+  /// Runs a watch and writes another value every now and then until it has ended.
+  Outcome RunBesideAWriter(std::vector<std::string> arguments, Sink sink) {
+    arguments.insert(arguments.begin(), {"watch", "--interval", "5"});
+    Outcome outcome;
+    std::atomic<bool> ended{false};
+    std::thread watch([&] {
+      outcome = RunCsctl(root_.Path(), arguments, "", sink);
+      ended = true;
+    });
+    for (int mtu = 1000; !ended; ++mtu) {
+      const std::string partial = R"({"mtu":)" + std::to_string(1000 + mtu % 2) + "}";
+      const auto object = ConfigStore::CreateObject({"stack_settings", "ipstack", "netd"}, partial);
+      ConfigStore::GetStore("")->Update(object, {});
+      std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    }
+    watch.join();
+    return outcome;
+  }
+};
+
+const Case kRefusedCases[] = {
+    {"UnknownType",
+     {"watch", kNetd, "netd/ipstack/stack_setting"},
+     "",
+     4,
+     {"netd/ipstack/stack_setting: ", "csctl types"}},
+    {"NoName", {"watch", "netd/"}, "", 2, {"empty"}},
+    {"NoInterval", {"watch", "--interval", "0"}, "", 2, {"--interval"}},
+};
+
+}  // namespace
+
+TEST_F(Watch, PrintsAndRunsAndEnds) {
+  for (const WatchCase& row : kWatchCases) {
+    SCOPED_TRACE(row.name);
+    const Outcome outcome = RunBesideAWriter(row.options, row.sink);
+    EXPECT_EQ(0, outcome.exit);
+    EXPECT_EQ(row.out, outcome.out);
+    EXPECT_EQ(row.err, outcome.err);
+  }
+}
+
+TEST_F(Watch, RefusesWhatItWouldWaitForInVain) {
+  for (const Case& row : kRefusedCases) {
+    SCOPED_TRACE(row.name);
+    Expect(row, Run(row.arguments));
+  }
+  TempRoot empty;
+  Expect({"", {}, "", 7, {"csctl init"}}, RunCsctl(empty.Path(), {"watch"}));
+}
