@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
-#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "platform/test_database.h"
 
@@ -12,15 +12,10 @@ using Connection = TestDatabase::Connection;
 // Steps, one character each: b begin, c commit, x cancel, B and C and R the
 // statements BEGIN IMMEDIATE, COMMIT and ROLLBACK; f fills the disk (the write
 // fails), g gives room again; a digit writes a row of that name. `results` has
-// the step's result; a write has '.' for 0 and '!' for 1.
-struct StepCase {
-  const char* name;
-  const char* steps;
-  const char* results;
-  const char* stored;  // what another connection finds at the end
-};
-
-const StepCase kStepCases[] = {
+// the step's result; a write has '.' for 0 and '!' for 1. `stored` is what
+// another connection finds at the end.
+// clang-format off
+const struct { const char *name, *steps, *results, *stored; } kStepCases[] = {
     {"Commit", "b1c", "0.0", "1"},
     {"Cancel", "b1x", "0.0", "-"},
     {"NestedCommits", "b1b2b3ccc", "0.0.0.000", "1 2 3"},
@@ -45,68 +40,45 @@ const StepCase kStepCases[] = {
     {"FullDiskInText", "B1fg2BCR3", "0.!g!110.", "3"},
     {"FullDiskInTextThenCancel", "B1fg2x3", "0.!g!0.", "3"},
 };
+// clang-format on
 
-class Transactions : public testing::TestWithParam<StepCase> {
- protected:
-  int Fill() {
-    host_.Run(connection_, "PRAGMA max_page_count=1");
-    return host_.Put(connection_, "full", std::string(100000, 'x'));
-  }
-
-  char Step(char step) {
-    const auto digit = [](int result) { return static_cast<char>('0' + result); };
-    const auto mark = [](int result) { return result == 0 ? '.' : '!'; };
-    switch (step) {
-      case 'b':
-        return digit(BeginTransaction(connection_));
-      case 'c':
-        return digit(CommitTransaction(connection_));
-      case 'x':
-        return digit(CancelTransaction(connection_));
-      case 'B':
-        return digit(host_.Run(connection_, "BEGIN IMMEDIATE;"));
-      case 'C':
-        return digit(host_.Run(connection_, "COMMIT;"));
-      case 'R':
-        return digit(host_.Run(connection_, "ROLLBACK;"));
-      case 'f':
-        return mark(Fill());
-      case 'g':
-        host_.Run(connection_, "PRAGMA max_page_count=100000");
-        return 'g';
-      default:
-        return mark(host_.Put(connection_, std::string(1, step)));
-    }
-  }
-
-  const TestDatabase host_;
-  const Connection connection_ = TestDatabase::Connect();
-};
-
-TEST_P(Transactions, KeepCountOfTheirLevels) {
-  std::string results;
-  for (const char* step = GetParam().steps; *step != '\0'; ++step) results += Step(*step);
-  EXPECT_EQ(GetParam().results, results);
-  EXPECT_EQ(GetParam().stored, host_.StoredKeys());
-  EXPECT_EQ(2, CancelTransaction(connection_)) << "nothing is left open";
+char Step(const Connection& connection, char step) {
+  const auto digit = [](int result) { return static_cast<char>('0' + result); };
+  const auto mark = [](int result) { return result == 0 ? '.' : '!'; };
+  const auto run = [&](const char* sql) { return TestDatabase::Run(connection, sql); };
+  if (step == 'b') return digit(BeginTransaction(connection));
+  if (step == 'c') return digit(CommitTransaction(connection));
+  if (step == 'x') return digit(CancelTransaction(connection));
+  if (step == 'B') return digit(run("BEGIN IMMEDIATE;"));
+  if (step == 'C') return digit(run("COMMIT;"));
+  if (step == 'R') return digit(run("ROLLBACK;"));
+  if (step == 'g') return run("PRAGMA max_page_count=100000"), 'g';
+  if (step != 'f') return mark(TestDatabase::Put(connection, std::string(1, step)));
+  run("PRAGMA max_page_count=1");
+  return mark(TestDatabase::Put(connection, "full", std::string(100000, 'x')));
 }
 
-INSTANTIATE_TEST_SUITE_P(Steps, Transactions, testing::ValuesIn(kStepCases),
-                         [](const auto& test) { return std::string(test.param.name); });
-
-TEST(Transaction, IsUndoneWithItsConnection) {
-  const TestDatabase host;
-  {
+TEST(Transactions, KeepCountOfTheirLevels) {
+  for (const auto& row : kStepCases) {
+    SCOPED_TRACE(row.name);
+    const TestDatabase host;
     const Connection connection = host.Connect();
-    ASSERT_EQ(0, BeginTransaction(connection));
-    ASSERT_EQ(0, host.Put(connection, "k"));
+    std::string results;
+    for (const char* step = row.steps; *step != '\0'; ++step) results += Step(connection, *step);
+    EXPECT_EQ(row.results, results);
+    EXPECT_EQ(row.stored, host.StoredKeys());
+    EXPECT_EQ(2, CancelTransaction(connection)) << "nothing is left open";
   }
-  EXPECT_EQ("-", host.StoredKeys());
 }
 
-TEST(Transaction, LeavesTheFailureOnRecordWhenItIsCancelled) {
+TEST(Transactions, AreUndoneWithTheirConnectionAndLeaveTheFailureOnRecord) {
   const TestDatabase host;
-  const Connection connection = host.Connect();
+  Connection connection = host.Connect();
+  ASSERT_EQ(0, BeginTransaction(connection));
+  ASSERT_EQ(0, host.Put(connection, "k"));
+  connection.reset();
+  EXPECT_EQ("-", host.StoredKeys());
+  connection = host.Connect();
   ASSERT_EQ(0, BeginTransaction(connection));
   ASSERT_EQ(1, host.Run(connection, "SELECT no FROM KVTable"));
   ASSERT_EQ(0, CancelTransaction(connection));
@@ -115,8 +87,7 @@ TEST(Transaction, LeavesTheFailureOnRecordWhenItIsCancelled) {
 
 TEST(TwoConnections, WriteOneAfterTheOtherAndReadBesideEachOther) {
   const TestDatabase host;
-  const Connection writer = host.Connect();
-  const Connection other = host.Connect();
+  const Connection writer = host.Connect(), other = host.Connect();
   ASSERT_EQ(0, BeginTransaction(writer));
   ASSERT_EQ(0, host.Put(writer, "first"));
   EXPECT_EQ("-", host.Keys(other));
@@ -163,6 +134,21 @@ TEST(ForkedChild, RefusesAnInheritedTransactionUntilItIsCancelled) {
   EXPECT_EQ("p1 p2", host.StoredKeys());
 }
 
+// What a child did to its parent's transaction would show first in the journal.
+TEST(ForkedChild, LeavesTheJournalOfAnInheritedTransactionAlone) {
+  const TestDatabase host;
+  const Connection schemas = GetConnection(TYPE_SCHEMA_STORE);
+  ASSERT_EQ(0, BeginTransaction(schemas));
+  ASSERT_EQ(0, host.Run(schemas, "INSERT INTO ConfigSchema(Name) VALUES('n')"));
+  const std::string journal = std::string(HaldenLib::kSchemaStoreFile) + "-journal";
+  ASSERT_TRUE(HaldenLib::FileExists(journal));
+  EXPECT_EQ(0, InChild([&] { return CancelTransaction(schemas); }));
+  EXPECT_TRUE(HaldenLib::FileExists(journal));
+  EXPECT_EQ(1, InChild([&] { return host.Run(schemas, "SELECT 1"); }));
+  EXPECT_TRUE(HaldenLib::FileExists(journal));
+  EXPECT_EQ(0, CommitTransaction(schemas));
+}
+
 // SQLite counts locks per process: without records of its own the child would
 // hold none, and the parent would delete the log that the child writes to.
 TEST(ForkedChild, KeepsItsLogWhenTheParentCloses) {
@@ -177,7 +163,7 @@ TEST(ForkedChild, KeepsItsLogWhenTheParentCloses) {
   if (child == 0) {
     close(go[1]);  // so that the child ends with the test
     const Connection own = host.Connect();
-    const bool isReady = host.Query(own, "SELECT count(*) FROM KVTable") == "0" && write(ready[1], &byte, 1) == 1;
+    const bool isReady = RowsOf(own, "SELECT count(*) FROM KVTable") == "0" && write(ready[1], &byte, 1) == 1;
     _exit(isReady && read(go[0], &byte, 1) == 1 && host.Put(own, "child") == 0 ? 0 : 1);
   }
   ASSERT_EQ(1, read(ready[0], &byte, 1));

@@ -1,6 +1,7 @@
 #include "support/test_store.h"
 
-#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -17,6 +18,36 @@ int AppendRow(void* context, int columns, char** texts, char**) {
 }
 
 }  // namespace
+
+std::string Repeated(const std::string& text, size_t times) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
+std::filesystem::perms ModeOf(const std::string& path) {
+  return std::filesystem::status(path).permissions();
+}
+
+int InChild(const std::function<int()>& action) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);  // a child that hangs ends with a signal
+    try {
+      _exit(action());
+    } catch (...) {
+      abort();
+    }
+  }
+  int status = 0;
+  if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
+}
+
+std::string RowsOf(const std::shared_ptr<DBStore::StoreConnection>& connection, const std::string& sql, int timeoutMs) {
+  std::string rows;
+  return DBStore::ExecuteV2(connection, sql, AppendRow, &rows, timeoutMs) == 0 ? rows : "failed";
+}
 
 std::string ExampleFile(const std::string& name) {
   return std::string(CONFIGSTORE_SOURCE_DIR) + "/examples/" + name;
@@ -65,9 +96,7 @@ void TestStore::Run(const std::string& sql) {
 }
 
 std::string TestStore::Query(const std::string& sql) {
-  std::string rows;
-  EXPECT_EQ(0, DBStore::ExecuteV2(connection, sql, AppendRow, &rows, DBStore::kBusyTimeout)) << sql;
-  return rows;
+  return RowsOf(connection, sql, DBStore::kBusyTimeout);
 }
 
 std::string TestStore::Layers(const std::string& key) {

@@ -1,13 +1,32 @@
 #pragma once
 
+// What nearly every test needs.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "configstore/configstore.h"
 #include "platform/db_store.h"
+#include "platform/host_paths.h"
 #include "platform/schema_store.h"
+#include "support/log_capture.h"
 #include "support/temp_root.h"
+
+/// Returns `text` `times` over.
+std::string Repeated(const std::string& text, size_t times);
+/// Returns the permission bits of a file.
+std::filesystem::perms ModeOf(const std::string& path);
+/// Runs `action` in a forked child and returns its result; -1 when it died or threw.
+int InChild(const std::function<int()>& action);
+/// Returns the rows of a query: columns joined by a blank, "-" for NULL, rows by
+/// "; "; "failed" when it fails.
+std::string RowsOf(const std::shared_ptr<DBStore::StoreConnection>& connection, const std::string& sql,
+                   int timeoutMs = 0);
 
 /// Returns the path of one of the example files, "components/netd/schema/stack_settings.json".
 std::string ExampleFile(const std::string& name);

@@ -1,31 +1,23 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <ostream>
-#include <string>
 #include <unordered_set>
 
-#include "configstore/validation.h"
 #include "objects/json_access.h"
 #include "support/test_store.h"
 
+using Checks = std::unordered_set<int>;
+
 /// One validation and what it finds. JSON is written with ' for ".
 struct ValidationCase {
-  const char* name;
   const char* schema;
   const char* data;
-  std::unordered_set<int> checks;
+  Checks checks;
   const char* violations;  ///< "field: error; field: error"; "" is valid
 };
 
-inline void PrintTo(const ValidationCase& c, std::ostream* out) {
-  *out << c.schema << " on " << c.data;
-}
-
 /// Returns `json` with " for '.
 inline std::string Quoted(std::string json) {
-  for (char& c : json) c = c == '\'' ? '"' : c;
+  std::replace(json.begin(), json.end(), '\'', '"');
   return json;
 }
 
@@ -33,15 +25,13 @@ inline std::string Quoted(std::string json) {
 inline std::string Text(const OrvoConfigStore::JsonDocument& errors) {
   std::string text;
   for (const auto& error : errors.GetArray()) {
-    text += text.empty() ? "" : "; ";
-    text += std::string(error["field"].GetString()) + ": " + error["error"].GetString();
+    text += (text.empty() ? "" : "; ") + std::string(error["field"].GetString()) + ": " + error["error"].GetString();
   }
   return text;
 }
 
 /// Validates two texts; what is thrown takes the place of the errors.
-inline std::string Violations(const std::string& schema, const std::string& data,
-                              const std::unordered_set<int>& checks) {
+inline std::string Violations(const std::string& schema, const std::string& data, const Checks& checks) {
   std::string text;
   const std::string thrown = Thrown([&] {
     const auto errors = OrvoConfigStore::CreateDocument();
@@ -51,8 +41,9 @@ inline std::string Violations(const std::string& schema, const std::string& data
   return thrown.empty() ? text : thrown;
 }
 
-class Validation : public testing::TestWithParam<ValidationCase> {};
-
-inline std::string CaseName(const testing::TestParamInfo<ValidationCase>& info) {
-  return info.param.name;
+template <class Rows>
+void ExpectViolations(const Rows& rows) {
+  for (const ValidationCase& row : rows) {
+    EXPECT_EQ(row.violations, Violations(row.schema, row.data, row.checks)) << row.schema << " on " << row.data;
+  }
 }

@@ -1,0 +1,115 @@
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include "platform/json_members.h"
+#include "platform/json_reader.h"
+#include "support/test_store.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+std::string Nested(size_t levels) {
+  return Repeated("[", levels) + Repeated("]", levels);
+}
+
+// What a text becomes when it is read and written; "" for one that is refused.
+// clang-format off
+const struct { const char* name; std::string text, written; } kReadCases[] = {
+    {"smallest integer", "-9223372036854775808", "-9223372036854775808"},
+    {"largest integer", "18446744073709551615", "18446744073709551615"},
+    {"integer over 64 bits", "18446744073709551616", "18446744073709553000.0"},
+    {"integer under 64 bits", "-9223372036854775809", "-9223372036854776000.0"},
+    {"minus zero", "-0", "0"}, {"minus zero as a fraction", "-0.0", "-0.0"},
+    {"a fraction stays one", "5.0", "5.0"}, {"an exponent stays floating", "5e0", "5.0"},
+    {"largest double", "1.7976931348623157e308", "1.7976931348623157e308"},
+    {"just infinite", "1.8e308", ""}, {"infinite by its digits", "0.9e309", ""}, {"huge exponent", "1e99999999999", ""},
+    {"smallest subnormal", "5e-324", "5e-324"}, {"rounds to zero", "1e-400", "0.0"},
+    {"hard to round", "9007199254740993.0", "9007199254740992.0"}, {"no number", "NaN", ""}, {"leading zero", "01", ""},
+    {"escaped NUL", "\"a\\u0000b\"", "\"a\\u0000b\""}, {"raw NUL inside", std::string("\"a\0b\"", 5), ""},
+    {"raw NUL behind", std::string("5\0 ", 3), ""}, {"control character", "\"a\nb\"", ""},
+    {"broken UTF-8", "\"\xff\xc3\"", "\"\xff\xc3\""}, {"lone surrogate", "\"\\ud800\"", ""},
+    {"byte order mark", "\xef\xbb\xbf{}", ""}, {"blanks", " \t\r\n{ \"a\" : [ 1 , null ] }\n", "{\"a\":[1,null]}"},
+    {"two values", "1 2", ""}, {"comment", "1 /* one */", ""}, {"trailing comma", "[1,]", ""}, {"empty", "", ""},
+    {"doubled member", "{\"a\":1,\"a\":2}", "{\"a\":1,\"a\":2}"},
+    {"deepest allowed", Nested(512), Nested(512)}, {"one deeper", Nested(513), ""},
+    {"a million deep", Nested(1000000), ""}, {"a million deep, unclosed", Repeated("[", 1000000), ""},
+};
+// clang-format on
+
+TEST(JsonText, GivesTheExactValueOrIsRefused) {
+  for (const auto& row : kReadCases) {
+    SCOPED_TRACE(row.name);
+    JsonStorage storage;
+    JsonReadFailure failure;
+    std::string written;
+    if (ReadJson(row.text, storage.document, &failure)) {
+      EXPECT_TRUE(WriteJson(storage.document, written));
+    } else {
+      EXPECT_TRUE(storage.document.IsNull());
+      EXPECT_STRNE("", failure.reason);
+      EXPECT_LE(failure.offset, row.text.size());
+    }
+    EXPECT_EQ(row.written, written);
+  }
+}
+
+TEST(JsonText, RandomDoublesSurviveWritingAndReading) {
+  std::mt19937_64 random(20260101);
+  for (int i = 0; i < 50000; ++i) {
+    const uint64_t bits = random();
+    double number;
+    std::memcpy(&number, &bits, sizeof number);
+    if (!std::isfinite(number)) continue;
+    JsonStorage storage;
+    std::string text;
+    ASSERT_TRUE(WriteJson(JsonValue(number), text));
+    ASSERT_TRUE(ReadJson(text, storage.document, nullptr) && storage.document.IsDouble()) << text;
+    const double back = storage.document.GetDouble();
+    ASSERT_EQ(0, std::memcmp(&number, &back, sizeof number)) << text;
+  }
+}
+
+TEST(JsonText, WhatCannotBeReadBackIsNotWritten) {
+  JsonStorage storage;
+  JsonValue value(1);
+  for (int i = 0; i < kMaxJsonDepth + 1; ++i) {
+    JsonValue list(rapidjson::kArrayType);
+    list.PushBack(value, storage.allocator);
+    value = list;
+  }
+  std::string out = "before";
+  EXPECT_FALSE(WriteJson(value, out));
+  EXPECT_FALSE(WriteJson(JsonValue(std::numeric_limits<double>::infinity()), out));
+  EXPECT_EQ("before", out);
+  EXPECT_TRUE(WriteJson(value[0], out));
+}
+
+// Members "m0" to "mN" from the last to the first, each there twice, among names that resemble each other.
+TEST(MemberIndexing, FindsTheFirstMemberOfEveryName) {
+  for (const int count : {1, 14, 15, 1000}) {
+    std::string text = "{";
+    for (int i = 0; i < count; ++i) text += "\"m" + std::to_string(count - 1 - i) + "\":" + std::to_string(i) + ",";
+    for (int i = 0; i < count; ++i) text += "\"m" + std::to_string(i) + "\":-1,";
+    JsonStorage object;
+    ASSERT_TRUE(ReadJson(text + R"("":-2,"m\u0000":-3,"M0":-4})", object.document, nullptr));
+    MemberIndex members(object.document);
+    for (int i = 0; i < count; ++i) {
+      const MemberIndex::Member* member = members.Find("m" + std::to_string(count - 1 - i));
+      ASSERT_NE(nullptr, member) << i;
+      EXPECT_EQ(i, member->value.GetInt());
+      EXPECT_EQ(static_cast<size_t>(i), members.PositionOf(member));
+    }
+    EXPECT_EQ(-2, members.Find("")->value.GetInt());
+    EXPECT_EQ(-3, members.Find(std::string("m\0", 2))->value.GetInt());
+    EXPECT_EQ(-4, members.Find("M0")->value.GetInt());
+    for (const char* absent : {"m", "m00", "n0", "zzzzzzzz"}) EXPECT_EQ(nullptr, members.Find(absent)) << absent;
+  }
+  JsonStorage list;
+  ASSERT_TRUE(ReadJson("[]", list.document, nullptr));
+  EXPECT_EQ("2000 Invalid JSON", Thrown([&] { MemberIndex members(list.document); }));
+}
+
+}  // namespace
