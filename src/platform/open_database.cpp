@@ -27,9 +27,11 @@ const Switch kSwitches[] = {
 };
 
 // Recursive triggers would make every update of the store fail: its trigger updates its own table.
+// EXTRA is FULL, and where there is a rollback journal it also syncs the directory after deleting
+// that: a journal that came back with the power would undo the last transaction.
 constexpr char kSettings[] =
     "PRAGMA cell_size_check=ON; PRAGMA recursive_triggers=OFF; PRAGMA temp_store=MEMORY; PRAGMA mmap_size=0; "
-    "PRAGMA synchronous=FULL;";
+    "PRAGMA synchronous=EXTRA;";
 
 int Configure(sqlite3* database) {
   sqlite3_extended_result_codes(database, 1);

@@ -17,7 +17,7 @@ using Connection = TestDatabase::Connection;
 TEST(Connection, HasTheSettingsOfEveryConnection) {
   const TestDatabase host;
   const std::pair<const char*, const char*> settings[] = {
-      {"journal_mode", "wal"},  {"synchronous", "2"}, {"recursive_triggers", "0"}, {"trusted_schema", "0"},
+      {"journal_mode", "wal"},  {"synchronous", "3"}, {"recursive_triggers", "0"}, {"trusted_schema", "0"},
       {"cell_size_check", "1"}, {"temp_store", "2"},  {"mmap_size", "0"},          {"wal_autocheckpoint", "0"},
   };
   const Connection connection = host.Connect();
