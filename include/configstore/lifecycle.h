@@ -59,8 +59,9 @@ CONFIGSTORE_API void CleanupRestoredFiles();
 /// is missing (0600, its directory must exist) and is afterwards one file that
 /// opens on a read-only medium. Either is replaced as a whole or left as it was.
 /// What happens is said in syslog. Returns 0 on success; SQLite's code when a file
-/// cannot be opened, a missing source included; 1 when copying fails or the
-/// databases stay busy for ten attempts, a second apart. A path that begins with
+/// cannot be opened, a missing source included; 1 when copying fails, when a copy
+/// that is complete cannot be made one file, or when the databases stay busy for
+/// ten attempts, a second apart. A path that begins with
 /// "file:" is refused.
 CONFIGSTORE_API int backup(const std::string& source, const std::string& destination);
 
