@@ -45,11 +45,12 @@ std::string Unescape(const std::string& text, size_t begin, size_t end) {
   return part;
 }
 
-std::string Escape(const std::string& part) {
+/// Escapes every byte but letters, digits and the signs in `kept`.
+std::string Escape(const std::string& part, const char* kept = "._-+,:=") {
   std::string escaped;
   for (size_t at = 0; at < part.size();) {
     const auto byte = static_cast<unsigned char>(part[at]);
-    const bool plain = byte < 0x80 ? std::isalnum(byte) != 0 || std::strchr("._-+,:=", byte) != nullptr : true;
+    const bool plain = byte < 0x80 ? std::isalnum(byte) != 0 || std::strchr(kept, byte) != nullptr : true;
     const size_t length = plain ? ShownLength(part, at) : 0;
     char hex[4];
     std::snprintf(hex, sizeof hex, "%%%02X", byte);
@@ -96,6 +97,15 @@ std::string TakeField(std::string& text) {
   const std::string field = Unescape(text, mark + 1, text.size());
   text.resize(mark);
   return field;
+}
+
+std::string FieldName(const std::string& path) {
+  return Escape(path, "._-+,:/~");
+}
+
+bool IsWithin(const std::string& path, const std::string& field) {
+  return path.compare(0, field.size(), field) == 0 &&
+         (path.size() == field.size() || field.empty() || path[field.size()] == '/');
 }
 
 std::string ObjectName(const ConfigStoreObjectId& id) {

@@ -35,6 +35,12 @@ OrvoConfigStore::ConfigStoreObjectId ParseTypeName(const std::string& text);
 /// Cuts "#/FIELD" off `text` and returns it as a path, "/FIELD"; empty when there is none.
 std::string TakeField(std::string& text);
 
+/// Returns the name of a field, a JSON pointer, such that TakeField reads it back.
+std::string FieldName(const std::string& path);
+
+/// Whether the field at `path` is `field` or in it; everything is in "".
+bool IsWithin(const std::string& path, const std::string& field);
+
 /// Returns the name of `id` such that it reads back as it, in a shell's command
 /// line too: everything but letters, digits and a few signs is escaped.
 std::string ObjectName(const OrvoConfigStore::ConfigStoreObjectId& id);

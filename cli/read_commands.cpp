@@ -22,6 +22,7 @@ namespace {
 
 struct GetOptions : ShowOptions {
   bool ofDefault = false;
+  bool withOrigin = false;
 };
 
 Exit GetDefault(Session& session, const GetOptions& options, const ConfigStoreObjectId& id) {
@@ -29,6 +30,20 @@ Exit GetDefault(Session& session, const GetOptions& options, const ConfigStoreOb
   if (object == nullptr) FailNotFound("the type has no default object", "defaults come with packages");
   session.PrintJson(options.Mask(id, object->GetData()));
   return Exit::kDone;
+}
+
+/// Prints the object and below it the layer that each of its fields comes from.
+void PrintWithOrigin(const Session& session, const ConfigStoreObjectId& id, const std::string& data) {
+  std::vector<std::pair<std::string, std::string>> layers;
+  std::vector<std::vector<std::string>> rows;
+  for (const auto& field : OrvoConfigStore::ExplainObject(id).fields) {
+    if (!field.effective) continue;
+    layers.emplace_back(field.path, JsonString(field.layer));
+    rows.push_back({FieldName(field.path), field.layer});
+  }
+  if (session.json) return session.PrintJson(JsonObject({{"object", data}, {"origin", JsonObject(layers)}}));
+  session.PrintJson(data);
+  for (const std::string& line : AlignColumns(rows)) session.Print(line);
 }
 
 Exit GetObject(Session& session, const GetOptions& options) {
@@ -39,14 +54,17 @@ Exit GetObject(Session& session, const GetOptions& options) {
     if (!OrvoConfigStore::ReadStoredRow(id)) FailNotFound("there is no such object", "\"csctl set ID\" stores one");
     FailNotFound("nothing of the object is in force", "\"csctl layers ID\" shows what is stored");
   }
-  session.PrintJson(options.Mask(id, object->GetData()));
+  const std::string data = options.Mask(id, object->GetData());
+  options.withOrigin ? PrintWithOrigin(session, id, data) : session.PrintJson(data);
   return Exit::kDone;
 }
 
 Run SetUpGet(CLI::App& app) {
   auto options = std::make_shared<GetOptions>();
   app.add_option("ID", options->id, kIdHelp)->required();
-  app.add_flag("--default", options->ofDefault, "Show the default object that the type's package brought");
+  CLI::Option* ofDefault =
+      app.add_flag("--default", options->ofDefault, "Show the default object that the type's package brought");
+  app.add_flag("--origin", options->withOrigin, "Show also which layer each field comes from")->excludes(ofDefault);
   AddShowSecrets(app, *options);
   return [options](Session& session) { return GetObject(session, *options); };
 }

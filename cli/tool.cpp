@@ -38,8 +38,8 @@ CommandLine::CommandLine() {
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
   for (const auto* group :
-       {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &BootCommands(), &StageCommands(),
-        &ConfirmCommands(), &BackupCommands(), &UpgradeCommands(), &WatchCommands()}) {
+       {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(), &BootCommands(),
+        &StageCommands(), &ConfirmCommands(), &BackupCommands(), &UpgradeCommands(), &WatchCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }

@@ -85,11 +85,6 @@ std::vector<std::string> FieldRow(const FieldDescription& field) {
   return {field.path.empty() ? "(the object)" : Printable(field.path), field.type, field.category, rules};
 }
 
-/// Whether `path` is `field` or below it.
-bool IsWithin(const std::string& path, const std::string& field) {
-  return path.compare(0, field.size(), field) == 0 && (path.size() == field.size() || path[field.size()] == '/');
-}
-
 Exit Describe(Session& session, std::string name) {
   session.where = name;
   const std::string field = TakeField(name);
@@ -98,7 +93,7 @@ Exit Describe(Session& session, std::string name) {
   std::vector<std::vector<std::string>> rows = {{"FIELD", "TYPE", "CATEGORY", "RULES"}};
   std::vector<std::string> elements;
   for (const FieldDescription& described : OrvoConfigStore::DescribeType(type)) {
-    if (!field.empty() && !IsWithin(described.path, field)) continue;
+    if (!IsWithin(described.path, field)) continue;
     rows.push_back(FieldRow(described));
     elements.push_back(FieldJson(described));
   }

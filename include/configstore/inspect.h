@@ -68,4 +68,53 @@ extern CONFIGSTORE_API const char kSecretMask[];
 /// the type is unknown.
 CONFIGSTORE_API std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json);
 
+/// A value of a field in one of the layers.
+struct LayerValue {
+  std::string layer;  ///< "vital", "cached", "auto" or "user"
+  std::string value;  ///< JSON text
+};
+
+/// Why a field has the value that it has. A value is JSON text, and empty where
+/// there is none. A field is a value that holds no further ones; an array that
+/// the merge of layers replaces whole is one.
+struct FieldOrigin {
+  std::string path;                           ///< JSON pointer, instances by identifier: "/link/eth0/mtu"
+  bool secret = false;                        ///< its values must not be shown
+  std::optional<std::string> effective;       ///< what a read returns
+  std::string layer;                          ///< and the layer that it comes from
+  std::vector<LayerValue> shadowed;           ///< what it hides in the layers below, uppermost first
+  std::optional<std::string> unconfirmed;     ///< a user value that is not read, since the row is unconfirmed
+  std::optional<std::string> desired;         ///< the row's desired value: the user value once it is confirmed
+  std::optional<std::string> staged;          ///< in the staged configuration
+  std::optional<std::string> schemaDefault;   ///< what the typed getters fall back to
+  std::optional<std::string> packageDefault;  ///< in the default object that a package brought
+};
+
+/// A stored text that cannot be read.
+struct DamagedValue {
+  std::string layer;  ///< as in LayerValue, or "desired", "staged", "default"
+  std::string reason;
+};
+
+/// What is known of one object.
+struct ObjectExplanation {
+  bool stored = false;             ///< it has a row
+  bool confirmed = true;           ///< while it is not, the user layer is not in force
+  bool staged = false;             ///< the staged configuration has a value of it
+  bool hasPackageDefault = false;  ///< a package brought a default object
+  bool appliesStaged = false;      ///< the next load puts staged values in place of all user layers
+  std::string version;             ///< of the schema that it was written with
+  std::string schemaVersion;       ///< of its type by now
+  std::string readFailure;         ///< why a read of it throws; empty when it does not
+  std::vector<DamagedValue> damaged;
+  std::vector<FieldOrigin> fields;  ///< in the order of the data, those with a default alone last
+};
+
+/// Returns for each field of `id` where its value comes from; the effective
+/// values make up what ConfigStore::Get returns. A layer that cannot be read is
+/// listed in `damaged` and the others are explained. Throws
+/// ValidationException(2000) as ConfigStore::Get does, and
+/// ConfigStoreException(2000) when the store cannot be read.
+CONFIGSTORE_API ObjectExplanation ExplainObject(const ConfigStoreObjectId& id);
+
 }  // namespace OrvoConfigStore

@@ -81,6 +81,16 @@ constexpr char kGetStoredRow[] =
     "SELECT Version, AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue, Success, CreationTime, "
     "ModifiedTime from Config WHERE Name='%s' and ConfigGroup='%s' and Component='%s' and Identifier='%s';";
 
+// All that is known of one object, in one look: identifier, name, group, component.
+constexpr char kExplain[] =
+    "SELECT c.Identifier Identifier, c.Version Version, c.AutoConfValue AutoConfValue, c.UserValue UserValue, "
+    "c.VitalValue VitalValue, c.CachedValue CachedValue, c.DesiredValue DesiredValue, c.Success Success, "
+    "(SELECT Value FROM DesiredUserConfig WHERE Name='%2$s' and ConfigGroup='%3$s' and Component='%4$s' and "
+    "Identifier='%1$s') StagedValue, (SELECT Value FROM DefaultConfig WHERE Name='%2$s' and ConfigGroup='%3$s' and "
+    "Component='%4$s' and Identifier='%1$s') DefaultValue, (SELECT Value FROM KVTable WHERE Key='APPLY_BOOT') "
+    "ApplyBoot FROM (SELECT 1) LEFT JOIN Config c ON c.Name='%2$s' and c.ConfigGroup='%3$s' and c.Component='%4$s' "
+    "and c.Identifier='%1$s';";
+
 // Listing: three conditions that an empty value meets always.
 constexpr char kListObjects[] =
     "SELECT Component, ConfigGroup, Name, Identifier, Version, Success, DesiredValue is not null Pending from Config "
