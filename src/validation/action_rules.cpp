@@ -1,6 +1,5 @@
 #include "validation/action_rules.h"
 
-#include <unordered_set>
 #include <utility>
 
 #include "configstore/json_document.h"
@@ -95,6 +94,10 @@ void Enforce(WriteKind kind, const SchemaObject& schema, ConfigStoreObject& obje
 }
 
 }  // namespace
+
+const std::unordered_set<int>& ChecksOf(WriteKind kind) {
+  return RuleOf(kind).checks;
+}
 
 std::vector<ErrorInfo> FindViolations(WriteKind kind, const JsonValue& schema, const JsonValue& data,
                                       JsonAllocator& allocator) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "configstore/config_store_object.h"
@@ -38,6 +39,9 @@ enum class WriteKind {
   ImportDocument,
   Document,
 };
+
+/// Returns the checks of a kind of write.
+const std::unordered_set<int>& ChecksOf(WriteKind kind);
 
 /// Validates `data` as `kind` does and returns what is wrong. `allocator` is
 /// that of the document that holds `data`, which kinds that assign generated

@@ -4,9 +4,25 @@
 
 #include "configstore/json_document.h"
 #include "configstore/validation.h"
-#include "validation/walk.h"
+#include "platform/json_reader.h"
 
 namespace OrvoConfigStore {
+
+namespace {
+
+// The whole of schema and data; `listener` may be null.
+void WalkAll(const JsonValue& schema, const JsonValue& data, JsonDocument& errors,
+             const std::unordered_set<int>& checks, JsonAllocator& allocator, const FindingListener* listener) {
+  const OptionTagNames tagNames = CollectOptionTagNames(schema);
+  SchemaNode root(schema);
+  ReferenceValues references;
+  if (checks.count(CHECK_REFERENCES) != 0) references = CollectReferenceValues(root, data);
+  errors.SetArray();
+  std::string path;
+  Walk{CheckSelection(checks), allocator, references, tagNames, errors, {}, listener}.Node(root, data, path, false);
+}
+
+}  // namespace
 
 bool ValidateNode(const JsonValue& schemaNode, JsonAllocator& allocator, const JsonValue& dataNode,
                   const ReferenceValues& referenceValues, const std::string& path, JsonDocument& errors,
@@ -17,15 +33,15 @@ bool ValidateNode(const JsonValue& schemaNode, JsonAllocator& allocator, const J
                                                                                                layerFlag);
 }
 
+void VisitViolations(const JsonValue& schema, const JsonValue& data, const std::unordered_set<int>& checks,
+                     JsonAllocator& allocator, const FindingListener& listener) {
+  JsonStorage unused;
+  WalkAll(schema, data, unused.document, checks, allocator, &listener);
+}
+
 void ValidateJsonInternal(const JsonValue& schema, const JsonValue& data, JsonDocument& errors,
                           const std::unordered_set<int>& checks, JsonAllocator& allocator) {
-  const OptionTagNames tagNames = CollectOptionTagNames(schema);
-  SchemaNode root(schema);
-  ReferenceValues references;
-  if (checks.count(CHECK_REFERENCES) != 0) references = CollectReferenceValues(root, data);
-  errors.SetArray();
-  std::string path;
-  Walk{CheckSelection(checks), allocator, references, tagNames, errors}.Node(root, data, path, false);
+  WalkAll(schema, data, errors, checks, allocator, nullptr);
 }
 
 void ValidateJsonInternal(const JsonValue& schema, const JsonDocument& data, JsonDocument& errors,

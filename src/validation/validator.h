@@ -7,6 +7,7 @@
 #include "validation/error_report.h"
 #include "validation/references.h"
 #include "validation/schema_node.h"
+#include "validation/walk.h"
 
 namespace OrvoConfigStore {
 
@@ -19,5 +20,10 @@ namespace OrvoConfigStore {
 bool ValidateNode(const JsonValue& schemaNode, JsonAllocator& allocator, const JsonValue& dataNode,
                   const ReferenceValues& referenceValues, const std::string& path, JsonDocument& errors,
                   const std::unordered_set<int>& checks, const OptionTagNames& optionTagNames, bool layerFlag);
+
+/// Validates `data` thoroughly and hands each violation to `listener`, that of a
+/// validation and what lies behind it; logs nothing. Otherwise as ValidateJsonInternal.
+void VisitViolations(const JsonValue& schema, const JsonValue& data, const std::unordered_set<int>& checks,
+                     JsonAllocator& allocator, const FindingListener& listener);
 
 }  // namespace OrvoConfigStore

@@ -74,8 +74,8 @@ void Walk::ReportMarkers(SchemaNode& schema, const JsonValue& data, const std::s
 bool Walk::Object(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer) {
   if (checks.Has(CHECK_ASSIGN_GENERATED_ID)) AssignGeneratedId(schema, data);
   MemberIndex members(data);
-  if (checks.HasRequired() && !RequiredArePresent(schema, data, members, path)) return false;
-  bool valid = true;
+  bool valid = !checks.HasRequired() || RequiredArePresent(schema, data, members, path);
+  if (!valid && !IsThorough()) return false;
   const size_t parentLength = path.size();
   for (const auto& member : data.GetObject()) {
     SchemaNode* property = schema.Property(TextOf(member.name));
@@ -88,7 +88,7 @@ bool Walk::Object(SchemaNode& schema, const JsonValue& data, std::string& path, 
         UnionTagHolds(*property, members) || Fail(member.value, path, "Object does not follow UnionTag condition");
     valid = allowed && Node(*property, member.value, path, inLayer) && valid;
     path.resize(parentLength);
-    if (!allowed) break;
+    if (!allowed && !IsThorough()) break;
   }
   return valid;
 }
@@ -103,7 +103,7 @@ bool Walk::RequiredArePresent(SchemaNode& schema, const JsonValue& data, MemberI
   bool present = true;
   for (const std::string_view name : schema.Required(checks.Rule())) {
     if (members.Find(name) != nullptr) continue;
-    present = Fail(data, path, "Required property missing: " + std::string(name));
+    present = Fail(data, path, "Required property missing: " + std::string(name), data, name);
   }
   return present;
 }
@@ -112,7 +112,7 @@ void Walk::ReportAdditional(SchemaNode& schema, const JsonValue& data, const Jso
   if (!checks.HasDefault(CHECK_ADDITIONAL_PROPERTIES)) return;
   const JsonValue* allowed = schema.Find(Keyword::AdditionalProperties);
   if (allowed == nullptr || allowed->GetBool()) return;
-  Fail(data, path, "Additional property not allowed: " + std::string(TextOf(name)));
+  Fail(data, path, "Additional property not allowed: " + std::string(TextOf(name)), name, TextOf(name));
 }
 
 bool Walk::UnionTagHolds(SchemaNode& property, MemberIndex& siblings) {
@@ -128,7 +128,8 @@ bool Walk::Array(SchemaNode& schema, const JsonValue& data, std::string& path, b
   if (items == nullptr) ThrowInvalidJson();
   bool valid = true;
   for (const JsonValue& element : data.GetArray()) valid = Node(*items, element, path, inLayer) && valid;
-  return valid && IdentifiersAreUnique(schema, data, path);
+  if (!valid && !IsThorough()) return false;
+  return IdentifiersAreUnique(schema, data, path) && valid;
 }
 
 bool Walk::IdentifiersAreUnique(SchemaNode& schema, const JsonValue& data, const std::string& path) {
@@ -162,6 +163,15 @@ bool Walk::ReferenceHolds(const JsonValue& reference, const JsonValue& data) con
 }
 
 bool Walk::Fail(const JsonValue& value, const std::string& path, const std::string& message) {
+  return Fail(value, path, message, value, {});
+}
+
+bool Walk::Fail(const JsonValue& value, const std::string& path, const std::string& message, const JsonValue& place,
+                std::string_view member) {
+  if (listener != nullptr) {
+    (*listener)({place, member, path, message});
+    return false;
+  }
   if (errors.Size() == kMaxErrors) return false;
   ReportValidationError(copies.Take(value) ? value : Null(), path, message, errors);
   return false;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <bitset>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 
 #include "configstore/validation.h"
@@ -36,6 +38,15 @@ Json& CallersOwn(const Json& data) {
   return const_cast<Json&>(data);
 }
 
+/// A violation where it was found, for a report that says more than the errors do.
+struct Finding {
+  const JsonValue& place;   ///< in the data: the value at fault, or the name of a member that is
+  std::string_view member;  ///< the name that is missing or not allowed; else empty
+  const std::string& path;
+  const std::string& message;
+};
+using FindingListener = std::function<void(const Finding&)>;
+
 /// One validation: a walk through schema and data together that reports what it
 /// finds. The steps of a node:
 ///   1. A null is valid.
@@ -48,6 +59,9 @@ Json& CallersOwn(const Json& data) {
 ///      member, with its union tag. A missing member ends the object.
 ///   7. An array: its elements, then their identifiers.
 ///   8. A leaf: its reference, then its layer.
+/// With a listener that gets what is found, nothing is reported otherwise, and the
+/// walk is thorough: what is missing or not allowed in an object, or wrong in an
+/// array, ends neither.
 /// The result of a node says whether it and all below it hold, which only an
 /// array's identifiers ask for; what is valid is decided by the errors alone.
 struct Walk {
@@ -57,6 +71,7 @@ struct Walk {
   const OptionTagNames& tagNames;
   JsonDocument& errors;
   CopyAllowance copies = {};
+  const FindingListener* listener = nullptr;
 
   /// Walks `data`; `path` is its place, and is the same again afterwards.
   bool Node(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
@@ -76,8 +91,11 @@ struct Walk {
   bool IdentifiersAreUnique(SchemaNode& schema, const JsonValue& data, const std::string& path);
   bool ReferenceHolds(const JsonValue& reference, const JsonValue& data) const;
 
-  /// Reports and returns false.
+  bool IsThorough() const { return listener != nullptr; }
+  /// Report and return false; the second a violation that a member's name tells.
   bool Fail(const JsonValue& value, const std::string& path, const std::string& message);
+  bool Fail(const JsonValue& value, const std::string& path, const std::string& message, const JsonValue& place,
+            std::string_view member);
 };
 
 }  // namespace OrvoConfigStore
