@@ -74,6 +74,25 @@ void MaskSecretValues(JsonValue& data, const JsonValue& node) {
   ForEachSecret(data, node, nullptr, "", mask);
 }
 
+void OmitSecretValues(JsonValue& data, const JsonValue& node) {
+  const JsonValue* items = data.IsArray() ? FindValue(node, "items") : nullptr;
+  if (items != nullptr) {
+    if (IsSecret(*items)) return data.Clear();
+    for (JsonValue& element : data.GetArray()) OmitSecretValues(element, *items);
+  }
+  const JsonValue* properties = data.IsObject() ? FindValue(node, "properties") : nullptr;
+  if (properties == nullptr) return;
+  for (auto member = data.MemberBegin(); member != data.MemberEnd();) {
+    const JsonValue* property = MemberOf(properties, TextOf(member->name));
+    if (property != nullptr && IsSecret(*property)) {
+      member = data.EraseMember(member);
+    } else {
+      if (property != nullptr) OmitSecretValues(member->value, *property);
+      ++member;
+    }
+  }
+}
+
 bool HasMaskedSecret(const JsonValue& data, const JsonValue& node) {
   bool found = false;
   auto look = [&](const JsonValue& value, const JsonValue*, const std::string&) { found = found || IsMask(value); };

@@ -14,6 +14,9 @@ namespace OrvoConfigStore {
 /// Replaces every secret in `data`, whatever its JSON type, by the mask.
 void MaskSecretValues(JsonValue& data, const JsonValue& node);
 
+/// Removes every secret from `data`.
+void OmitSecretValues(JsonValue& data, const JsonValue& node);
+
 /// Whether any secret in `data` is the mask.
 bool HasMaskedSecret(const JsonValue& data, const JsonValue& node);
 

@@ -97,6 +97,12 @@ constexpr char kListObjects[] =
     "WHERE ('%1$s'='' or Component='%1$s') and ('%2$s'='' or ConfigGroup='%2$s') and ('%3$s'='' or Name='%3$s') ORDER "
     "BY Component, "
     "ConfigGroup, Name, Identifier;";
+// The same, whole rows: the order is the index's own, so that nothing is sorted.
+constexpr char kExportObjects[] =
+    "SELECT Component, ConfigGroup, Name, Identifier, Version, Success, AutoConfValue, UserValue, VitalValue, "
+    "CachedValue, DesiredValue, CreationTime, ModifiedTime from Config INDEXED BY sqlite_autoindex_Config_1 WHERE "
+    "('%1$s'='' or Component='%1$s') and ('%2$s'='' or ConfigGroup='%2$s') and ('%3$s'='' or Name='%3$s') ORDER BY "
+    "Component, ConfigGroup, Name, Identifier;";
 
 // Reading whole rows; conditions follow.
 constexpr char kReadRows[] =

@@ -24,6 +24,7 @@ const std::map<std::string, std::set<std::string>> kBelow = {
     {"api", {"platform", "errors", "logging", "objects", "store", "validation"}},
     {"lifecycle", {"platform", "errors", "logging", "objects", "store", "validation", "api"}},
     {"documents", {"platform", "errors", "logging", "objects", "store", "validation", "api"}},
+    {"top", {"errors", "logging", "objects", "validation", "api", "lifecycle", "documents", "platform"}},
 };
 
 // The layer that implements each public header.
@@ -34,7 +35,7 @@ const std::map<std::string, std::string> kHeaderLayer = {
     {"filter_spec.h", "objects"},   {"context.h", "objects"},     {"validation.h", "validation"},
     {"config_store.h", "api"},      {"boot_state.h", "api"},      {"host.h", "api"},
     {"inspect.h", "api"},           {"watch.h", "api"},           {"lifecycle.h", "lifecycle"},
-    {"configstore.h", "lifecycle"},
+    {"documents.h", "documents"},   {"configstore.h", "top"},
 };
 
 const fs::path kSource = CONFIGSTORE_SOURCE_DIR;

@@ -33,7 +33,10 @@ const DocumentCase kDocumentCases[] = {
 template <class Validate>
 std::string Outcome(Validate validate) {
   std::vector<ErrorInfo> errors;
-  std::string text = Thrown([&] { EXPECT_EQ(validate(errors), errors.empty()); });
+  std::string text = Thrown([&] {
+    const bool isValid = validate(errors);
+    EXPECT_EQ(isValid, errors.empty());
+  });
   for (const ErrorInfo& info : errors) text += (text.empty() ? "" : "; ") + info.field + ": " + info.error;
   return text;
 }

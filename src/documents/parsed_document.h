@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "configstore/config_store_object.h"
+#include "configstore/errors.h"
+#include "platform/json_reader.h"
+#include "validation/document_rules.h"
+
+/// A document as import, staging and diagnostics take it: parsed, its types found.
+
+namespace OrvoConfigStore {
+
+using ObjectList = std::vector<std::shared_ptr<ConfigStoreObject>>;
+
+/// What a document holds of one type.
+struct TypeEntry {
+  ConfigStoreObjectId type;
+  std::shared_ptr<SchemaObject> schema;  ///< null when the type is not registered
+  JsonValue* value;                      ///< in the document, of any JSON type
+
+  /// Returns its place, "/components/netd/ipstack/stack_settings".
+  std::string Path() const;
+};
+
+struct ParsedDocument {
+  std::shared_ptr<JsonStorage> storage;
+  SchemaMap schemas;
+  std::vector<TypeEntry> entries;  ///< in the order of the document
+};
+
+/// Parses a document without regard to its types. Throws
+/// InvalidArgumentException(1080) when the text is not JSON, "Invalid JSON" when it
+/// has no object "components".
+std::shared_ptr<JsonStorage> ParseDocumentText(const std::string& text);
+
+/// The same, and finds its types.
+ParsedDocument ParseDocument(const std::string& text);
+
+/// Appends to `errors` what the validator does not see: a null in the place of a
+/// component, a group, a type or an instance, and a type that comes twice.
+void FindNullsAndRepeats(const ParsedDocument& document, std::vector<ErrorInfo>& errors);
+
+/// Calls visit(data) for the object of an entry, or for each of its elements.
+template <class Visit>
+void ForEachObject(const TypeEntry& entry, Visit visit) {
+  if (!entry.value->IsArray()) return visit(*entry.value);
+  for (JsonValue& element : entry.value->GetArray()) visit(element);
+}
+
+/// Gives the objects of an entry, an array of objects, the generated identifier that
+/// they lack, where the store names instances.
+void NameInstances(const TypeEntry& entry, JsonAllocator& allocator);
+
+/// Returns the identifier of an object of the entry. The instance is empty when
+/// `data` has no text in the member that names it, and for a singleton.
+ConfigStoreObjectId IdOf(const TypeEntry& entry, const JsonValue& data);
+
+/// Returns an object over a copy of `data`, an object of the entry.
+std::shared_ptr<ConfigStoreObject> MakeObject(const TypeEntry& entry, const ConfigStoreObjectId& id,
+                                              const JsonValue& data);
+
+/// Appends to `errors` what keeps the objects of an entry, which are valid, from
+/// being stored: a name that no object can have, or that two have.
+void CheckNames(const TypeEntry& entry, std::vector<ErrorInfo>& errors);
+
+}  // namespace OrvoConfigStore

@@ -1,0 +1,295 @@
+#include "configstore/documents.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <random>
+
+#include "support/test_store.h"
+
+using namespace OrvoConfigStore;
+
+namespace {
+
+// Singletons, one of them with everything that splits and merges; " is written '.
+constexpr char kMeter[] = R"({"component": "meterd", "group": "probes", "key": "probe", "version": "1", "schema": {
+  "type": "array", "instanceId": "name", "items": {"type": "object", "additionalProperties": false,
+  "required": ["name", "rate"], "properties": {
+    "name": {"type": "string", "instanceId": true, "maxLength": 300}, "rate": {"type": "integer", "minimum": 1},
+    "serial": {"type": "string", "vital": true}, "seen": {"type": "long", "cached": true},
+    "key": {"type": "secret", "minLength": 5},
+    "keys": {"type": "array", "items": {"type": "secret"}},
+    "window": {"type": "object", "properties": {"size": {"type": "double"}, "base": {"type": "string", "vital": true}}},
+    "port": {"type": "array", "instanceId": "id", "items": {"type": "object", "required": ["id"], "properties": {
+      "id": {"type": "string", "instanceId": true}, "pin": {"type": "secret"}, "mac": {"type": "string", "vital": true},
+      "speed": {"type": "integer"}}}}}}}})";
+
+ConfigStoreObjectId Probe(const std::string& name) {
+  return {"probe", "probes", "meterd", name};
+}
+
+std::string Quoted(std::string json) {
+  for (char& c : json) c = c == '\'' ? '"' : c;
+  return json;
+}
+
+/// A document of one type.
+std::string Document(const std::string& component, const std::string& group, const std::string& key,
+                     const std::string& value) {
+  return Quoted("{'components':{'" + component + "':{'" + group + "':{'" + key + "':" + value + "}}}}");
+}
+std::string Probes(const std::string& value) {
+  return Document("meterd", "probes", "probe", value);
+}
+
+ExportOptions With(EXPORT_SECRETS secrets, EXPORT_LAYER layer = EXPORT_EFFECTIVE) {
+  ExportOptions options;
+  options.secrets = secrets;
+  options.layer = layer;
+  return options;
+}
+
+class Documents : public testing::Test {
+ protected:
+  TestStore store{{kMeter}};
+};
+
+}  // namespace
+
+TEST_F(Documents, ExportIsSortedAndHoldsNoMetadata) {
+  EXPECT_EQ(R"({"components":{}})", Export());
+  store.Set(Probe("b"), R"({"name":"b","rate":2})");
+  store.Set(Probe("a"), R"({"name":"a","rate":1,"serial":"s"})");
+  store.Set(kTimeSource, R"({"method":"ntp"})");
+  store.Set(UserAccount("u1"), R"({"login":"dora","uid":1})");
+  const std::string accounts =
+      R"("accessd":{"local":{"user_account":[{"login":"dora","uid":1,"cs_generated_id":"u1"}]}})";
+  const std::string probes =
+      R"("meterd":{"probes":{"probe":[{"name":"a","serial":"s","rate":1},{"name":"b","rate":2}]}})";
+  EXPECT_EQ("{\"components\":{" + accounts + R"(,"clockd":{"sync":{"time_source":{"method":"ntp"}}},)" + probes + "}}",
+            Export());
+  ExportOptions options;
+  options.component = "meterd";
+  EXPECT_EQ("{\"components\":{" + probes + "}}", Export(options));
+  options.group = "other";
+  EXPECT_EQ(R"({"components":{}})", Export(options));
+}
+
+TEST_F(Documents, LayersAreExportedAsTheyAreStored) {
+  store.Run(
+      "INSERT INTO Config(Component, ConfigGroup, Name, Identifier, AutoConfValue, UserValue, VitalValue, CachedValue, "
+      "DesiredValue, Success) VALUES('meterd','probes','probe','a','{\"rate\":1}','{\"rate\":2}',"
+      "'{\"serial\":\"v\"}','{\"seen\":3}','{\"rate\":4}',0);");
+  const char* const members[] = {"\"serial\":\"v\",\"name\":\"a\",\"seen\":3,\"rate\":1",
+                                 "\"rate\":1",
+                                 "\"rate\":2",
+                                 "\"serial\":\"v\"",
+                                 "\"seen\":3",
+                                 "\"rate\":4"};
+  for (int layer = EXPORT_EFFECTIVE; layer <= EXPORT_DESIRED; ++layer) {
+    const std::string text = Export(With(SECRETS_MASKED, static_cast<EXPORT_LAYER>(layer)));
+    const std::string name = layer == EXPORT_EFFECTIVE ? "" : ",'name':'a'";
+    EXPECT_EQ(Probes("[{" + std::string(members[layer]) + name + "}]"), text);
+  }
+}
+
+TEST_F(Documents, SecretsAreMaskedOmittedOrIncluded) {
+  const std::string data = "{'name':'a','rate':1,'key':'12345','keys':['x'],'port':[{'id':'p','pin':'9'}]}";
+  store.Set(Probe("a"), Quoted(data));
+  EXPECT_EQ(Probes("[" + data + "]"), Export(With(SECRETS_INCLUDED)));
+  EXPECT_EQ(Probes("[{'name':'a','rate':1,'keys':[],'port':[{'id':'p'}]}]"), Export(With(SECRETS_OMITTED)));
+  const std::string mask = std::string("'") + kSecretMask + "'";
+  const std::string masked = Export(With(SECRETS_MASKED));
+  EXPECT_EQ(
+      Probes("[{'name':'a','rate':1,'key':" + mask + ",'keys':[" + mask + "],'port':[{'id':'p','pin':" + mask + "}]}]"),
+      masked);
+  // The mask keeps what is stored, and stands for nothing else.
+  Import(masked);
+  EXPECT_EQ(Quoted(data), store.Get(Probe("a")));
+  store->Delete(Probe("a"));
+  const std::string violations = Thrown([&] { Import(masked); });
+  EXPECT_NE(std::string::npos, violations.find("/components/meterd/probes/probe/port/pin: Secret is masked"))
+      << violations;
+}
+
+TEST_F(Documents, ObjectsThatNoDocumentHoldsAreCounted) {
+  store.Run("INSERT INTO Config(Component, ConfigGroup, Name, UserValue) VALUES('a','b','gone','{}');");
+  store.Run("INSERT INTO Config(Component, ConfigGroup, Name, UserValue) VALUES('meterd','probes','probe','{}');");
+  const ExportSummary summary = Export({}, [](std::string_view) {});
+  ASSERT_EQ(2u, summary.leftOut.size());
+  EXPECT_EQ("gone the type is not registered", summary.leftOut[0].type.key + " " + summary.leftOut[0].reason);
+  EXPECT_EQ("probe the type has instances", summary.leftOut[1].type.key + " " + summary.leftOut[1].reason);
+  EXPECT_EQ(0u, summary.objects);
+}
+
+TEST_F(Documents, DamageFailsTheExportAndNamesTheObject) {
+  store.Run("INSERT INTO Config(Component, ConfigGroup, Name, UserValue) VALUES('clockd','sync','time_source','{');");
+  EXPECT_EQ("1056 Export operation failed: component clockd group sync key time_source: Failed to parse JSON String",
+            Thrown([] { Export(); }));
+}
+
+TEST_F(Documents, ImportReplacesWhatItNamesAndNothingElse) {
+  store.Set(Probe("a"), R"({"name":"a","rate":1})");
+  store.Set(Probe("b"), R"({"name":"b","rate":2,"serial":"s"})");
+  store.Set(kTimeSource, R"({"method":"ntp"})");
+  const ImportSummary summary = Import(Probes("[{'name':'b','rate':3},{'name':'c','rate':4}]"));
+  EXPECT_EQ("2 1", std::to_string(summary.objects) + " " + std::to_string(summary.types));
+  EXPECT_EQ(R"({"components":{"clockd":{"sync":{"time_source":{"method":"ntp"}}},)"
+            R"("meterd":{"probes":{"probe":[{"name":"b","rate":3},{"name":"c","rate":4}]}}}})",
+            Export());
+  Import(Probes("[]"));
+  EXPECT_EQ(Document("clockd", "sync", "time_source", "{'method':'ntp'}"), Export());
+}
+
+TEST_F(Documents, MergeAddsAndKeeps) {
+  store.Set(Probe("a"), R"({"name":"a","rate":1,"serial":"s"})");
+  store.Set(Probe("b"), R"({"name":"b","rate":2})");
+  ImportOptions merge;
+  merge.mode = IMPORT_MERGE;
+  Import(Probes("[{'name':'b','seen':5},{'name':'c','rate':4}]"), merge);
+  EXPECT_EQ(Probes("[{'name':'a','serial':'s','rate':1},{'name':'b','seen':5,'rate':2},{'name':'c','rate':4}]"),
+            Export());
+  // What is wrong with the merged objects is told of all of them, and none is written.
+  EXPECT_EQ(
+      "1091 Failed to validate Apply JSON file [/components/meterd/probes/probe: Required property missing: rate; "
+      "/components/meterd/probes/probe: Required property missing: rate]",
+      Thrown([&] { Import(Probes("[{'name':'a','rate':9},{'name':'d'},{'name':'e'}]"), merge); }));
+  EXPECT_NE(std::string::npos, store.Get(Probe("a")).find("\"rate\":1"));
+}
+
+TEST_F(Documents, ContextChoosesTheLayer) {
+  ImportOptions options;
+  options.context.kind = USERDATA_CONTEXT::AUTOCONFIGURATION;
+  Import(Probes("[{'name':'a','rate':1,'serial':'s'}]"), options);
+  EXPECT_EQ("{\"name\":\"a\",\"rate\":1} - {\"name\":\"a\",\"serial\":\"s\"} - - 1", store.Layers("probe"));
+  SetKV("IS_BOOT", "true");
+  EXPECT_EQ("2000 API cannot be invoked with EXTERNAL context during boot", Thrown([] { Import(Probes("[]")); }));
+  Import(Probes("[]"), options);
+}
+
+struct RefusedCase {
+  const char* document;  // ' for "
+  const char* thrown;
+};
+
+const RefusedCase kRefused[] = {
+    {"", "1080 Failed to parse JSON String"},
+    {"{'components':{}", "1080 Failed to parse JSON String"},
+    {"{'netd':{}}", "2000 Invalid JSON"},
+    {"{'components':[]}", "2000 Invalid JSON"},
+    {"[{'components':{}}]", "2000 Invalid JSON"},
+    {"{'components':{},'version':1}", "1055 Import operation failed [: Additional property not allowed: version]"},
+    {"{'components':{'a':{'b':{'c':{}}},'meterd':[]}}",
+     "1055 Import operation failed [/components/a/b: Additional property not allowed: c; /components/meterd: INCORRECT "
+     "TYPE: expected object.]"},
+    {"{'components':{'meterd':{'probes':7}}}",
+     "1055 Import operation failed [/components/meterd/probes: INCORRECT TYPE: expected object.]"},
+    {"{'components':{'meterd':{'probes':{'probe':{}}}}}",
+     "1055 Import operation failed [/components/meterd/probes/probe: INCORRECT TYPE: expected array.]"},
+    {"{'components':{'a':null,'b':{'c':null},'meterd':{'probes':{'probe':[null]}}}}",
+     "1055 Import operation failed [/components/a: INCORRECT TYPE: expected object.; /components/b/c: INCORRECT TYPE: "
+     "expected object.; /components/meterd/probes/probe: INCORRECT TYPE: expected object.]"},
+    {"{'components':{'meterd':{'probes':{'probe':[]},'probes':{'probe':[]}}}}",
+     "1055 Import operation failed [/components/meterd/probes/probe: Type is there twice]"},
+    {"{'components':{'meterd':{'probes':{'probe':[{'name':'a','rate':0},{'name':'b'},{'rate':'x','name':'c'}]}}}}",
+     "1055 Import operation failed [/components/meterd/probes/probe/rate: Integer value below minimum: 1; "
+     "/components/meterd/probes/probe: Required property missing: rate; /components/meterd/probes/probe/rate: "
+     "INCORRECT "
+     "TYPE: expected integer.]"},
+    {"{'components':{'meterd':{'probes':{'probe':[{'name':'','rate':1},{'name':null,'rate':1},{'name':'a\\u0000',"
+     "'rate':1}]}}}}",
+     "1055 Import operation failed [/components/meterd/probes/probe: Non-Singleton object should contain instanceId; "
+     "/components/meterd/probes/probe: Non-Singleton object should contain instanceId; "
+     "/components/meterd/probes/probe: instanceId holds a NUL byte]"},
+    {"{'components':{'accessd':{'local':{'user_account':[{'cs_generated_id':'i','login':'a','uid':1},"
+     "{'cs_generated_id':'i','login':'b','uid':2}]}}}}",
+     "1055 Import operation failed [/components/accessd/local/user_account: Duplicate instanceIds: i]"},
+};
+
+TEST_F(Documents, RefusedOnesChangeNothing) {
+  store.Set(Probe("kept"), R"({"name":"kept","rate":1})");
+  const std::string before = store.Query("SELECT * FROM Config;");
+  for (const RefusedCase& row : kRefused) {
+    EXPECT_EQ(row.thrown, Thrown([&] { Import(Quoted(row.document)); })) << row.document;
+  }
+  std::string nested = "{\"components\":{\"meterd\":";
+  for (int level = 0; level < 600; ++level) nested += "{\"a\":";
+  EXPECT_EQ("1080 Failed to parse JSON String", Thrown([&] { Import(nested); }));
+  EXPECT_EQ(before, store.Query("SELECT * FROM Config;"));
+}
+
+// What a user layer may hold that a write of the whole does not keep, or keeps
+// elsewhere: the export shows only what comes back.
+TEST_F(Documents, ExportOfAnImportIsTheSameText) {
+  std::mt19937 random(7);
+  int imported = 0;
+  const auto pick = [&](const std::vector<std::string>& texts) { return texts[random() % texts.size()]; };
+  const auto ports = [&](const std::string& member) {
+    std::string array = "[";
+    for (const char* id : {"p", "q", "r"}) {
+      if (random() % 2 == 0) continue;
+      array += (array.size() > 1 ? ",{'id':'" : "{'id':'") + std::string(id) + "'" + pick({"", member}) + "}";
+    }
+    return array + "]";
+  };
+  const auto layer = [&](const std::vector<std::string>& members) {
+    std::string object;
+    for (const std::string& member : members) {
+      if (random() % 3 != 0) object += (object.empty() ? "" : ",") + member;
+    }
+    return random() % 5 == 0 ? std::string("NULL") : "'" + Quoted("{" + object + "}") + "'";
+  };
+  for (int round = 0; round < 60; ++round) {
+    store.Run("DELETE FROM Config;");
+    for (const std::string name : {"a", "b/\xff\"", "c\n"}) {
+      store.Run(
+          "INSERT INTO Config(Component, ConfigGroup, Name, Identifier, AutoConfValue, UserValue, VitalValue, "
+          "CachedValue) VALUES('meterd','probes','probe','" +
+          name + "'," + layer({"'rate':1", "'window':{'size':2.0}", "'port':" + ports(",'speed':1")}) + "," +
+          layer({"'keys':['k'],'key':'12345'", "'rate':2", "'window':{}", "'port':" + ports(",'pin':'s'")}) + "," +
+          layer({"'serial':'v'", "'port':" + ports(",'mac':'m'"), "'window':{'base':'w'}"}) + "," +
+          layer({"'seen':1"}) + ");");
+    }
+    const std::string first = Export(With(SECRETS_INCLUDED));
+    store.Run("DELETE FROM Config;");
+    const std::string thrown = Thrown([&] { Import(first); });
+    if (thrown.find("Required property missing: rate") != std::string::npos) continue;
+    ++imported;
+    ASSERT_EQ("", thrown) << first;
+    ASSERT_EQ(first, Export(With(SECRETS_INCLUDED)));
+  }
+  EXPECT_LT(10, imported);
+}
+
+TEST_F(Documents, KilledImportChangesNothing) {
+  store.Set(Probe("kept"), R"({"name":"kept","rate":1})");
+  std::string probes = "[";
+  for (int i = 0; i < 3000; ++i)
+    probes += (i == 0 ? "{'rate':1,'name':'" : ",{'rate':1,'name':'") + std::to_string(i) + "'}";
+  if (const pid_t child = fork(); child == 0) {
+    ImportOptions options;
+    options.progress = [](size_t done, size_t) {
+      if (done == 2000) raise(SIGKILL);
+    };
+    Import(Probes(probes + "]"), options);
+    _exit(0);
+  } else {
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status));
+  }
+  EXPECT_EQ(Probes("[{'name':'kept','rate':1}]"), Export());
+}
+
+TEST_F(Documents, ObjectsReadFromADocumentWriteItAgain) {
+  const std::string text =
+      R"({"components":{"accessd":{"local":{"user_account":[{"cs_generated_id":"i","login":"a"}]}},)"
+      R"("meterd":{"probes":{"probe":[{"name":"a"},{"name":"b"}]}}}})";
+  EXPECT_EQ(text, WriteDocument(ReadDocument(text), SECRETS_INCLUDED));
+  EXPECT_EQ(
+      "2000 The document cannot be used. [/components/meterd/probes: Additional property not allowed: x; "
+      "/components/meterd/probes/probe: INCORRECT TYPE: expected object.]",
+      Thrown([] { ReadDocument(Quoted("{'components':{'meterd':{'probes':{'x':{},'probe':[1]}}}}")); }));
+}
