@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-
-#include "support/log_capture.h"
 #include "support/test_store.h"
 
 using namespace OrvoConfigStore;
@@ -21,85 +18,60 @@ std::string Rows(TestStore& store) {
       "SELECT Name, Identifier, UserValue, DesiredValue, Success FROM Config ORDER BY Name, Identifier;");
 }
 
-struct StatusCase {
-  const char* name;
-  ConfigStoreObjectId id;
-  bool success;
-  const char* features;
-  const char* rows;
-};
-
-const ConfigStoreObjectId kAccounts = UserAccount("");
+// clang-format off
 const char kPending[] = "time_source  new - 0; user_account a new - 0; user_account b old desired 1";
-const StatusCase kStatusCases[] = {
-    {"Single", kTimeSource, true, "", "time_source  new - 1; user_account a new - 0; user_account b old desired 1"},
-    {"Instance", UserAccount("b"), true, "",
-     "time_source  new - 0; user_account a new - 0; user_account b desired - 1"},
-    {"AllInstances", kAccounts, true, "", "time_source  new - 0; user_account a new - 1; user_account b desired - 1"},
-    {"Failed", kTimeSource, false, "", kPending},
-    {"NotStored", UserAccount("c"), true, "", kPending},
-    {"SwitchedOff", kTimeSource, true, "ConfigStore=off\n", kPending},
+const struct { ConfigStoreObjectId id; bool success; const char *features, *rows; } kStatusCases[] = {
+    {kTimeSource, true, "", "time_source  new - 1; user_account a new - 0; user_account b old desired 1"},
+    {UserAccount("b"), true, "", "time_source  new - 0; user_account a new - 0; user_account b desired - 1"},
+    {UserAccount(""), true, "", "time_source  new - 0; user_account a new - 1; user_account b desired - 1"},
+    {kTimeSource, false, "", kPending},
+    {UserAccount("c"), true, "", kPending},
+    {kTimeSource, true, "ConfigStore=off\n", kPending},
 };
+// clang-format on
 
-class BootStatus : public testing::TestWithParam<StatusCase> {};
-
-TEST_P(BootStatus, ConfirmsWhatIsPending) {
-  TestStore store;
-  Put(store, kTimeSource, "new", "-", 0);
-  Put(store, UserAccount("a"), "new", "-", 0);
-  Put(store, UserAccount("b"), "old", "desired", 1);
-  store.Root().Write("/etc/halden/features", GetParam().features);
-  SetBootStatus(GetParam().id, GetParam().success);
-  EXPECT_EQ(GetParam().rows, Rows(store));
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, BootStatus, testing::ValuesIn(kStatusCases),
-                         [](const auto& test) { return std::string(test.param.name); });
-
-TEST(BootStatusFailure, IsThrown) {
-  TempRoot root;
+TEST(BootStatus, ConfirmsWhatIsPending) {
+  for (const auto& row : kStatusCases) {
+    SCOPED_TRACE(row.rows);
+    TestStore store;
+    Put(store, kTimeSource, "new", "-", 0);
+    Put(store, UserAccount("a"), "new", "-", 0);
+    Put(store, UserAccount("b"), "old", "desired", 1);
+    store.Root().Write("/etc/halden/features", row.features);
+    SetBootStatus(row.id, row.success);
+    EXPECT_EQ(row.rows, Rows(store));
+  }
+  TempRoot withoutAStore;
   EXPECT_EQ("2000 SetBootStatus: Failed to mark success status for given csoId.",
             Thrown([] { SetBootStatus(kTimeSource, true); }));
   EXPECT_EQ("", Thrown([] { SetBootStatus(kTimeSource, false); }));
 }
 
 // Row before, the part that is confirmed, row after: "USER DESIRED SUCCESS".
-struct PartCase {
-  const char* name;
-  const char* user;
-  const char* desired;
-  int success;
-  const char* part;
-  const char* after;
+// clang-format off
+const char kNtp[] = R"({"method":"ntp"})", kNtpOff[] = R"({"method":"ntp","enabled":false})";
+const char kNtpOn[] = R"({"method":"ntp","enabled":true})", kPtpOn[] = R"({"method":"ptp","enabled":true})";
+const struct { const char *user, *desired; int success; const char *part, *after; } kPartCases[] = {
+    {kNtpOff, "-", 0, kNtp, R"({"method":"ntp"} {"method":"ntp","enabled":false} 1)"},
+    {kNtpOff, "-", 0, R"({"enabled":false,"method":"ntp"})", R"({"enabled":false,"method":"ntp"} - 1)"},
+    {kPtpOn, kNtpOn, 1, R"({"method":"manual"})",
+     R"({"enabled":true,"method":"manual"} {"method":"ntp","enabled":true} 1)"},
+    {kPtpOn, kNtpOn, 1, kNtp, R"({"enabled":true,"method":"ntp"} - 1)"},
+    {"-", kNtpOn, 1, kNtp, R"({"method":"ntp"} {"method":"ntp","enabled":true} 1)"},
+    {"-", "-", 1, kNtp, R"({"method":"ntp"} - 1)"},
 };
+// clang-format on
 
-const PartCase kPartCases[] = {
-    {"PartOfThePendingValue", R"({"method":"ntp","enabled":false})", "-", 0, R"({"method":"ntp"})",
-     R"({"method":"ntp"} {"method":"ntp","enabled":false} 1)"},
-    {"AllOfThePendingValue", R"({"method":"ntp","enabled":false})", "-", 0, R"({"enabled":false,"method":"ntp"})",
-     R"({"enabled":false,"method":"ntp"} - 1)"},
-    {"OverAConfirmedValue", R"({"method":"ptp","enabled":true})", R"({"method":"ntp","enabled":true})", 1,
-     R"({"method":"manual"})", R"({"enabled":true,"method":"manual"} {"method":"ntp","enabled":true} 1)"},
-    {"MakingUpTheDesiredValue", R"({"method":"ptp","enabled":true})", R"({"method":"ntp","enabled":true})", 1,
-     R"({"method":"ntp"})", R"({"enabled":true,"method":"ntp"} - 1)"},
-    {"WithNothingConfirmedYet", "-", R"({"method":"ntp","enabled":true})", 1, R"({"method":"ntp"})",
-     R"({"method":"ntp"} {"method":"ntp","enabled":true} 1)"},
-    {"WithNothingPending", "-", "-", 1, R"({"method":"ntp"})", R"({"method":"ntp"} - 1)"},
-};
-
-class PartialBootStatus : public testing::TestWithParam<PartCase> {};
-
-TEST_P(PartialBootStatus, ConfirmsThePartAndKeepsTheRest) {
-  TestStore store;
-  Put(store, kTimeSource, GetParam().user, GetParam().desired, GetParam().success);
-  SetPartialBootStatus(ConfigStore::CreateObject(kTimeSource, GetParam().part));
-  EXPECT_EQ(GetParam().after, store.Query("SELECT UserValue, DesiredValue, Success FROM Config;"));
+TEST(PartialBootStatus, ConfirmsThePartAndKeepsTheRest) {
+  for (const auto& row : kPartCases) {
+    TestStore store;
+    Put(store, kTimeSource, row.user, row.desired, row.success);
+    SetPartialBootStatus(ConfigStore::CreateObject(kTimeSource, row.part));
+    EXPECT_EQ(row.after, store.Query("SELECT UserValue, DesiredValue, Success FROM Config;"));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, PartialBootStatus, testing::ValuesIn(kPartCases),
-                         [](const auto& test) { return std::string(test.param.name); });
-
-TEST(PartialBootStatusOfOneInstance, LeavesTheOthers) {
+TEST(PartialBootStatus, OfOneInstanceLeavesTheOthers) {
   TestStore store;
   for (const char* id : {"a", "b"}) Put(store, UserAccount(id), R"({"login":"x","uid":1,"shell":"/bin/s"})", "-", 0);
   SetPartialBootStatus(ConfigStore::CreateObject(UserAccount("b"), R"({"login":"x","uid":1})"));
@@ -108,7 +80,7 @@ TEST(PartialBootStatusOfOneInstance, LeavesTheOthers) {
             Rows(store));
 }
 
-TEST(PartialBootStatusRefused, ChangesNothing) {
+TEST(PartialBootStatus, ThatIsRefusedChangesNothing) {
   TestStore store;
   LogCapture log(store.Root());
   Put(store, kTimeSource, R"({"method":"ntp"})", "-", 0);
@@ -129,7 +101,7 @@ TEST(PartialBootStatusRefused, ChangesNothing) {
   EXPECT_EQ(before, Rows(store));
 }
 
-TEST(PartialBootStatusOfASecret, TakesTheMaskForThePendingOne) {
+TEST(PartialBootStatus, OfASecretTakesTheMaskForThePendingOne) {
   TestStore store;
   const std::string account = R"({"login":"x","uid":1,"password_hash":")";
   Put(store, UserAccount("a"), account + "new\"}", "-", 0);

@@ -1,7 +1,3 @@
-#include "configstore/inspect.h"
-
-#include <gtest/gtest.h>
-
 #include "support/test_store.h"
 
 using namespace OrvoConfigStore;
@@ -15,35 +11,29 @@ std::string Line(const FieldDescription& field) {
 }
 
 // Fields of the example types, each as one line.
-struct FieldCase {
-  ConfigStoreObjectId type;
-  const char* line;
-};
-
-const FieldCase kFieldCases[] = {
-    {kStackSettings, " object user"},
-    {kStackSettings, "/hostname string user required, from 1 to 253 bytes, matches [A-Za-z0-9.-]+"},
-    {kStackSettings, "/mtu integer user, from 576 to 9000, default 1500"},
-    {kStackSettings, "/hw_address string vital required, at most 17 bytes, matches ([0-9a-f]{2}:){5}[0-9a-f]{2}"},
-    {kStackSettings, "/dns_search array of strings user, each at most 253 bytes"},
-    {kStackSettings, "/routing/mode string user required, one of static, dynamic, default \"dynamic\""},
-    {kStackSettings, "/routing/metric_scale double user, from 0.5 to 10.0, default 1.0"},
-    {kStackSettings, "/link array of objects user, instances identified by name"},
-    {kStackSettings, "/link/name string identifier required"},
-    {kStackSettings, "/link/lease/expires long cached"},
-    {kStackSettings, "/link/address/cs_generated_id string identifier required, filled by the store"},
-    {kStackSettings, "/default_link string user, names a value of /link/name"},
-    {kTimeSource, "/ptp object user, only while method is ptp"},
-    {UserAccount("x"), " array of objects user, instances identified by cs_generated_id"},
-    {UserAccount("x"), "/password_hash secret user, at most 512 bytes"},
-};
-
 TEST(DescribeType, TellsWhatAFieldIs) {
+  const std::pair<ConfigStoreObjectId, const char*> kFields[] = {
+      {kStackSettings, " object user"},
+      {kStackSettings, "/hostname string user required, from 1 to 253 bytes, matches [A-Za-z0-9.-]+"},
+      {kStackSettings, "/mtu integer user, from 576 to 9000, default 1500"},
+      {kStackSettings, "/hw_address string vital required, at most 17 bytes, matches ([0-9a-f]{2}:){5}[0-9a-f]{2}"},
+      {kStackSettings, "/dns_search array of strings user, each at most 253 bytes"},
+      {kStackSettings, "/routing/mode string user required, one of static, dynamic, default \"dynamic\""},
+      {kStackSettings, "/routing/metric_scale double user, from 0.5 to 10.0, default 1.0"},
+      {kStackSettings, "/link array of objects user, instances identified by name"},
+      {kStackSettings, "/link/name string identifier required"},
+      {kStackSettings, "/link/lease/expires long cached"},
+      {kStackSettings, "/link/address/cs_generated_id string identifier required, filled by the store"},
+      {kStackSettings, "/default_link string user, names a value of /link/name"},
+      {kTimeSource, "/ptp object user, only while method is ptp"},
+      {UserAccount("x"), " array of objects user, instances identified by cs_generated_id"},
+      {UserAccount("x"), "/password_hash secret user, at most 512 bytes"},
+  };
   TestStore store;
-  for (const FieldCase& test : kFieldCases) {
+  for (const auto& [type, line] : kFields) {
     std::vector<std::string> lines;
-    for (const FieldDescription& field : DescribeType(test.type)) lines.push_back(Line(field));
-    EXPECT_EQ(1, std::count(lines.begin(), lines.end(), test.line)) << test.line;
+    for (const FieldDescription& field : DescribeType(type)) lines.push_back(Line(field));
+    EXPECT_EQ(1, std::count(lines.begin(), lines.end(), line)) << line;
   }
   EXPECT_EQ("2000 Schema not found for object: component c group g key k",
             Thrown([] { DescribeType(ConfigStoreObjectId("k", "g", "c")); }));

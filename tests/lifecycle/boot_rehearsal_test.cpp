@@ -1,9 +1,6 @@
 // The life of a host: boots, a staged boot, a torn shutdown and an upgrade.
 
-#include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "lifecycle/test_host.h"
 
@@ -20,15 +17,13 @@ int BackUp() {
 
 // A process that is killed in the middle of a write.
 void DieWriting() {
-  const pid_t child = fork();
-  if (child == 0) {
+  EXPECT_EQ(-1, InChild([] {
     const auto connection = DBStore::GetConnection(DBStore::TYPE_STORE);
     DBStore::WriteKeyValue("BACKUP_FILES", "[\"committed\"]", connection);
     DBStore::BeginTransaction(connection);
     DBStore::ExecuteV2(connection, "DELETE FROM Config;", nullptr, nullptr, 0);
-    raise(SIGKILL);
-  }
-  waitpid(child, nullptr, 0);
+    return raise(SIGKILL);
+  }));
 }
 
 TEST(BootRehearsal, GoesFromTheFirstBootToAnUpgrade) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <initializer_list>
 
 /// Has the database's writes fail while it lives: from the one after `writes` on
 /// the disk is full or, with `kills`, the process is killed.

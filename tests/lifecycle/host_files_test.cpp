@@ -1,8 +1,6 @@
-// The files of the host that are backed up with the store.
+// The files of the host that are backed up with the store, and the programs that it runs.
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
+#include "lifecycle/exec_command.h"
 #include "lifecycle/host_file_backup.h"
 #include "lifecycle/test_host.h"
 
@@ -14,15 +12,10 @@ namespace fs = std::filesystem;
 
 const std::string kCopies = std::string(HaldenLib::kBackupDirectory) + "/etc/halden/";
 
-std::string Json(const std::string& path) {
-  return "[\"" + path + "\"]";
-}
-
 TEST(HostFiles, ComeBackWithTheirModes) {
   const TestHost host;
   host.root.Write("/etc/halden/netd/links.conf", "kept");
-  host.root.Write("/etc/halden/motd", "hello");
-  fs::permissions(host.root.Resolve("/etc/halden/motd"), static_cast<fs::perms>(0640));
+  fs::permissions(host.root.Write("/etc/halden/motd", "hello"), fs::perms(0640));
   for (const char* path : {"/etc/halden/netd/links.conf", "/etc/halden/motd", "/etc/halden/motd"}) BackUpHostFile(path);
   EXPECT_EQ(R"(["/etc/halden/netd/links.conf","/etc/halden/motd"])", GetKV("BACKUP_FILES"));
   fs::remove_all(host.root.Resolve("/etc/halden/netd"));
@@ -30,62 +23,51 @@ TEST(HostFiles, ComeBackWithTheirModes) {
   RestoreHostFiles();
   EXPECT_EQ("kept", host.root.Read("/etc/halden/netd/links.conf"));
   EXPECT_EQ("hello", host.root.Read("/etc/halden/motd"));
-  struct stat status;
-  ASSERT_EQ(0, stat(host.root.Resolve("/etc/halden/motd").c_str(), &status));
-  EXPECT_EQ(0640u, status.st_mode & 0777);
+  EXPECT_EQ(fs::perms(0640), ModeOf(host.root.Resolve("/etc/halden/motd")));
 }
 
 // What a list from a foreign backup may hold, and that nothing comes of it: the
-// file that it aims at keeps its content. Links are made for the path before.
-struct PathCase {
-  const char* name;
-  std::string path;
-  std::string target;
-  std::string link;    // made at this path of the host ...
-  std::string linkTo;  // ... to this one
+// file that it aims at keeps its content. A link may be in its way or in the backup's.
+// clang-format off
+const struct { const char* name; std::string path, target, link, linkTo; } kPathCases[] = {
+    {"elsewhere", "/etc/passwd", "/etc/passwd", "", ""},
+    {"upwards", "/etc/halden/../passwd", "/etc/passwd", "", ""},
+    {"relative", "motd", "/etc/halden/motd", "", ""},
+    {"neighbour", "/etc/haldenish", "/etc/haldenish", "", ""},
+    {"two slashes", "/etc/halden//motd", "/etc/halden/motd", "", ""},
+    {"store", "/etc/halden/configstore/other", "/etc/halden/configstore/other", "", ""},
+    {"schema store", "/etc/halden/schemastore/other", "/etc/halden/schemastore/other", "", ""},
+    {"link in the way", "/etc/halden/netd/passwd", "/etc/passwd", "/etc/halden/netd", "/etc"},
+    {"link at the end", "/etc/halden/motd", "/etc/passwd", "/etc/halden/motd", "/etc/passwd"},
+    {"link in the backup", "/etc/halden/netd/motd", "/etc/halden/netd/motd", kCopies + "netd", "/copies"},
+    {"copy that is a link", "/etc/halden/motd", "/etc/halden/motd", kCopies + "motd", "/copies/motd"},
+    {"directory in the backup", "/etc/halden/motd", "/etc/halden/motd", "", ""},
+    {"missing", "/etc/halden/none", "/etc/halden/motd", "", ""},
 };
+// clang-format on
 
-const PathCase kPathCases[] = {
-    {"Elsewhere", "/etc/passwd", "/etc/passwd", "", ""},
-    {"Upwards", "/etc/halden/../passwd", "/etc/passwd", "", ""},
-    {"Relative", "motd", "/etc/halden/motd", "", ""},
-    {"Neighbour", "/etc/haldenish", "/etc/haldenish", "", ""},
-    {"TwoSlashes", "/etc/halden//motd", "/etc/halden/motd", "", ""},
-    {"Store", "/etc/halden/configstore/other", "/etc/halden/configstore/other", "", ""},
-    {"SchemaStore", "/etc/halden/schemastore/other", "/etc/halden/schemastore/other", "", ""},
-    {"LinkInTheWay", "/etc/halden/netd/passwd", "/etc/passwd", "/etc/halden/netd", "/etc"},
-    {"LinkAtTheEnd", "/etc/halden/motd", "/etc/passwd", "/etc/halden/motd", "/etc/passwd"},
-    {"LinkInTheBackup", "/etc/halden/netd/motd", "/etc/halden/netd/motd", kCopies + "netd", "/copies"},
-    {"CopyThatIsALink", "/etc/halden/motd", "/etc/halden/motd", kCopies + "motd", "/copies/motd"},
-    {"DirectoryInTheBackup", "/etc/halden/motd", "/etc/halden/motd", "", ""},
-    {"Missing", "/etc/halden/none", "/etc/halden/motd", "", ""},
-};
-
-class Paths : public testing::TestWithParam<PathCase> {};
-
-TEST_P(Paths, ThatLeadElsewhereAreSkipped) {
-  const TestHost host;
-  const PathCase& test = GetParam();
-  host.root.Write("/copies/motd", "foreign");
-  for (const char* copy :
-       {"passwd", "../passwd", "../haldenish", "configstore/other", "schemastore/other", "netd/passwd"}) {
-    host.root.Write(kCopies + copy, "foreign");
+TEST(HostFiles, ThatLeadElsewhereAreSkipped) {
+  for (const auto& row : kPathCases) {
+    SCOPED_TRACE(row.name);
+    const TestHost host;
+    host.root.Write("/copies/motd", "foreign");
+    for (const char* copy :
+         {"passwd", "../passwd", "../haldenish", "configstore/other", "schemastore/other", "netd/passwd"}) {
+      host.root.Write(kCopies + copy, "foreign");
+    }
+    if (row.link.empty()) host.root.Write(kCopies + "motd/file", "foreign");
+    host.root.Write(row.target, "kept");
+    if (!row.link.empty()) {
+      fs::remove_all(host.root.Resolve(row.link));
+      fs::create_directories(fs::path(host.root.Resolve(row.link)).parent_path());
+      fs::create_symlink(host.root.Resolve(row.linkTo), host.root.Resolve(row.link));
+    }
+    SetKV("BACKUP_FILES", "[\"" + row.path + "\"]");
+    RestoreHostFiles();
+    EXPECT_EQ("kept", host.root.Read(row.target));
+    EXPECT_TRUE(host.Logged("Backed up file " + row.path + " is not restored: "));
   }
-  if (test.link.empty()) host.root.Write(kCopies + "motd/file", "foreign");
-  host.root.Write(test.target, "kept");
-  if (!test.link.empty()) {
-    fs::remove_all(host.root.Resolve(test.link));
-    fs::create_directories(fs::path(host.root.Resolve(test.link)).parent_path());
-    fs::create_symlink(host.root.Resolve(test.linkTo), host.root.Resolve(test.link));
-  }
-  SetKV("BACKUP_FILES", Json(test.path));
-  RestoreHostFiles();
-  EXPECT_EQ("kept", host.root.Read(test.target));
-  EXPECT_TRUE(host.Logged("Backed up file " + test.path + " is not restored: "));
 }
-
-INSTANTIATE_TEST_SUITE_P(Foreign, Paths, testing::ValuesIn(kPathCases),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(HostFiles, ListThatIsNoneIsLogged) {
   const TestHost host;
@@ -110,6 +92,26 @@ TEST(HostFiles, AreNotListedUnlessTheyAreCopied) {
             Thrown([] { BackUpHostFile("/etc/halden/none"); }));
   EXPECT_NE("", Thrown([] { BackUpHostFile("/etc/halden/link"); }));
   EXPECT_EQ("", GetKV("BACKUP_FILES"));
+}
+
+TEST(Commands, SayHowTheyFail) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"/bin/sh\nexit 3\n", "[1104]Child process terminated with exit value: 3"},
+      {"/none/sh\n", "[1102]HaldenKernel_ForkExec failed, errno: No such file or directory"},
+      {"/bin/sh\nkill -9 $PPID\n", "[1103]Failed to wait for child process: "},
+      {"/bin/sh\nexit 0\n", ""},
+  };
+  for (const auto& [script, logged] : kCases) {
+    const TempRoot root;
+    const LogCapture log(root);
+    fs::permissions(root.Write("/bin/tool", std::string("#!") + script), fs::perms::owner_all);
+    const char* const words[] = {"/bin/tool", nullptr};
+    EXPECT_EQ(*logged == '\0', ExecCommand(words));
+    std::string lines;
+    for (const std::string& line : log.Lines()) lines += line + "\n";
+    EXPECT_EQ(*logged == '\0' ? 0 : 1, std::count(lines.begin(), lines.end(), '\n'));
+    EXPECT_EQ(0u, lines.find(logged)) << lines;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include "lifecycle/failing_disk.h"
 #include "lifecycle/load_steps.h"
 #include "lifecycle/test_host.h"
@@ -38,58 +35,45 @@ TEST(LoadStore, MovesDesiredValuesUnlessTheirTypeIsNotRestored) {
 // What runs at a load, by the host's switches and whether it is upgrading: the
 // upgrade library, the clean-up of unknown types that follows it, the store's own
 // restoring of files, the host's file tracker.
-struct HookCase {
-  const char* name;
-  const char* features;
-  bool upgrading;
-  const char* run;
+// clang-format off
+const struct { const char* features; bool isUpgrading; const char* run; } kHookCases[] = {
+    {"", false, "tracker"},
+    {"", true, "upgrade cleanup tracker"},
+    {"ConfigStoreUpgrade=off\n", true, "tracker"},
+    {"ConfigStoreRestore=off\n", true, "upgrade cleanup files"},
+    {"ConfigStoreRestore=off\nRestored=features\n", false, "files tracker"},  // a restored file switches it on
+    {"ConfigStoreUpgrade=off\nConfigStoreRestore=off\n", true, ""},
+    {"ConfigStore=off\n", true, "upgrade tracker"},
 };
+// clang-format on
 
-const HookCase kHookCases[] = {
-    {"Plain", "", false, "tracker"},
-    {"Upgrading", "", true, "upgrade cleanup tracker"},
-    {"UpgradeSwitchedOff", "ConfigStoreUpgrade=off\n", true, "tracker"},
-    {"RestoreSwitchedOff", "ConfigStoreRestore=off\n", true, "upgrade cleanup files"},
-    {"RestoreSwitchedOnByARestoredFile", "ConfigStoreRestore=off\nRestored=features\n", false, "files tracker"},
-    {"BothSwitchedOff", "ConfigStoreUpgrade=off\nConfigStoreRestore=off\n", true, ""},
-    {"StoreSwitchedOff", "ConfigStore=off\n", true, "upgrade tracker"},
-};
-
-class Hooks : public testing::TestWithParam<HookCase> {};
-
-TEST_P(Hooks, RunAsTheHostIsSwitched) {
-  const TestHost host;
-  std::string run;
-  const std::string features = GetParam().features;
-  host.root.Write(HaldenLib::kFeaturesFile, features);
-  host.root.Write(std::string(HaldenLib::kBackupDirectory) + "/etc/halden/motd", "");
-  if (features.find("Restored") != std::string::npos) {
-    host.root.Write(std::string(HaldenLib::kBackupDirectory) + HaldenLib::kFeaturesFile, "");
-  }
-  SetKV("BACKUP_FILES", R"(["/etc/halden/motd", "/etc/halden/features"])");
-  fs::permissions(host.root.Write(HaldenLib::kPython, "#!/bin/sh\nprintf '%s ' \"$@\" > $HALDEN_ROOT/tracker"),
-                  fs::perms::owner_all);
-  host.Put(ConfigStoreObjectId("k", "g", "unknown"), "'auto', 'user', null, null, 1");
-  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(
-      {[] { return GetParam().upgrading; },
-       {},
-       [&run](bool late, const std::vector<std::string>&, bool second) { run += !late && second ? "upgrade " : "?"; }});
-  LoadStore(false);
-  if (host.Rows().empty()) run += "cleanup ";
-  if (host.Exists("/etc/halden/motd")) run += "files ";
-  const std::string tracker = host.root.Read("/tracker");
-  if (!tracker.empty()) run += "tracker ";
-  EXPECT_EQ(GetParam().run, run.substr(0, run.size() - (run.empty() ? 0 : 1)));
-  if (!tracker.empty()) {
-    EXPECT_EQ(host.root.Resolve(HaldenLib::kFileTracker) + " restore --checkNewFiles true ", tracker);
-  }
-  if (features == "ConfigStore=off\n") {
-    EXPECT_EQ("auto", host.Query("SELECT AutoConfValue FROM Config;"));
+TEST(LoadStore, RunsWhatTheHostSwitchesOn) {
+  for (const auto& row : kHookCases) {
+    SCOPED_TRACE(std::string(row.features) + (row.isUpgrading ? "upgrading" : ""));
+    const TestHost host;
+    std::string run;
+    host.root.Write(HaldenLib::kFeaturesFile, row.features);
+    host.root.Write(std::string(HaldenLib::kBackupDirectory) + "/etc/halden/motd", "");
+    if (std::string(row.features).find("Restored") != std::string::npos) {
+      host.root.Write(std::string(HaldenLib::kBackupDirectory) + HaldenLib::kFeaturesFile, "");
+    }
+    SetKV("BACKUP_FILES", R"(["/etc/halden/motd", "/etc/halden/features"])");
+    host.Program(HaldenLib::kPython, "printf '%s ' \"$@\" > $HALDEN_ROOT/tracker");
+    host.Put(ConfigStoreObjectId("k", "g", "unknown"), "'auto', 'user', null, null, 1");
+    const OrvoConfigUpgrade::ScopedUpgradeLibrary library(
+        {[&] { return row.isUpgrading; },
+         {},
+         [&](bool late, const auto&, bool second) { run += !late && second ? "upgrade " : "?"; }});
+    LoadStore(false);
+    if (host.Rows().empty()) run += "cleanup ";
+    if (host.Exists("/etc/halden/motd")) run += "files ";
+    const std::string tracker = host.root.Read("/tracker");
+    if (tracker == host.root.Resolve(HaldenLib::kFileTracker) + " restore --checkNewFiles true ") run += "tracker ";
+    EXPECT_EQ(row.run, run.substr(0, run.size() - (run.empty() ? 0 : 1))) << tracker;
+    const bool keepsAutomatic = row.features == std::string("ConfigStore=off\n");
+    EXPECT_EQ(keepsAutomatic ? "auto" : "-", host.Query("SELECT max(AutoConfValue) FROM Config;"));
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Switches, Hooks, testing::ValuesIn(kHookCases),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(LoadStore, GoesOnWithoutAFileTracker) {
   const TestHost host;
@@ -100,51 +84,41 @@ TEST(LoadStore, GoesOnWithoutAFileTracker) {
   EXPECT_TRUE(IsBoot());
 }
 
-// Each step that fails changes nothing, and the next load makes up for it.
-struct StepCase {
-  const char* name;
-  const char* trigger;  // that makes the step fail
-  const char* failure;
-  bool inCleanUp;
+// Each step that fails changes nothing, and the next load makes up for it. The first two clean up.
+// clang-format off
+const struct { const char *trigger, *failure; } kStepCases[] = {
+    {"UPDATE OF AutoConfValue ON Config", "2000 Error removing auto configuration value."},
+    {"DELETE ON Config", "2000 Error cleaning up config."},
+    {"UPDATE OF UserValue ON Config", "2000 Failed to cleanup previous user configuration."},
+    {"INSERT ON Config", "2000 Failed to cleanup previous user configuration."},
+    {"UPDATE OF UserValue ON Config WHEN NEW.UserValue NOT NULL", "2000 Failed to update config table."},
+    {"DELETE ON DesiredUserConfig", "2000 Failed to cleanup desired configuration."},
+    {"UPDATE ON KVTable WHEN NEW.Key='APPLY_BOOT'", "2000 Failed to cleanup desired configuration."},
 };
+// clang-format on
 
-const StepCase kStepCases[] = {
-    {"ClearAutomatic", "UPDATE OF AutoConfValue ON Config", "2000 Error removing auto configuration value.", true},
-    {"DeleteEmpty", "DELETE ON Config", "2000 Error cleaning up config.", true},
-    {"ClearUser", "UPDATE OF UserValue ON Config", "2000 Failed to cleanup previous user configuration.", false},
-    {"InsertStaged", "INSERT ON Config", "2000 Failed to cleanup previous user configuration.", false},
-    {"ApplyStaged", "UPDATE OF UserValue ON Config WHEN NEW.UserValue NOT NULL", "2000 Failed to update config table.",
-     false},
-    {"DropStaged", "DELETE ON DesiredUserConfig", "2000 Failed to cleanup desired configuration.", false},
-    {"LeaveMode", "UPDATE ON KVTable WHEN NEW.Key='APPLY_BOOT'", "2000 Failed to cleanup desired configuration.",
-     false},
-};
+TEST(LoadStore, StepsChangeAllOrNothing) {
+  for (const auto& row : kStepCases) {
+    SCOPED_TRACE(row.trigger);
+    const TestHost host;
+    host.Put(kTimeSource, "'auto', 'old', null, null, 1");
+    host.Put(UserAccount("auto"), "'auto', null, null, null, 1");
+    SetDesiredUserConfig({host.Object(UserAccount("dora"), R"({"login":"dora","uid":9})")});
+    SetBootMode(BOOTMODE_APPLY);
+    if (&row >= kStepCases + 2) CleanupAutoConfig();
+    const std::string before = host.Query(kEverything);
+    host.Run(std::string("CREATE TRIGGER fault BEFORE ") + row.trigger + " BEGIN SELECT RAISE(ABORT, 'fault'); END;");
+    EXPECT_EQ(row.failure, Thrown([] { LoadStore(false); }));
+    EXPECT_EQ(before, host.Query(kEverything));
+    CSLogger::Log(CSLogger::LOG_PRIORITY_WARNING, "after the load");
+    EXPECT_NE(std::string::npos, host.root.Read("/tmp/configstore-boot.log").find("after the load"));
 
-class Steps : public testing::TestWithParam<StepCase> {};
-
-TEST_P(Steps, ChangeAllOrNothing) {
-  const TestHost host;
-  host.Put(kTimeSource, "'auto', 'old', null, null, 1");
-  host.Put(UserAccount("auto"), "'auto', null, null, null, 1");
-  SetDesiredUserConfig({host.Object(UserAccount("dora"), R"({"login":"dora","uid":9})")});
-  SetBootMode(BOOTMODE_APPLY);
-  if (!GetParam().inCleanUp) CleanupAutoConfig();
-  const std::string before = host.Query(kEverything);
-  host.Run(std::string("CREATE TRIGGER fault BEFORE ") + GetParam().trigger +
-           " BEGIN SELECT RAISE(ABORT, 'fault'); END;");
-  EXPECT_EQ(GetParam().failure, Thrown([] { LoadStore(false); }));
-  EXPECT_EQ(before, host.Query(kEverything));
-  CSLogger::Log(CSLogger::LOG_PRIORITY_WARNING, "after the load");
-  EXPECT_NE(std::string::npos, host.root.Read("/tmp/configstore-boot.log").find("after the load"));
-
-  host.Run("DROP TRIGGER fault;");
-  LoadStore(false);
-  EXPECT_EQ("time_source - - 0; user_account@dora {\"login\":\"dora\",\"uid\":9,\"cs_generated_id\":\"dora\"} - 0",
-            host.Rows());
+    host.Run("DROP TRIGGER fault;");
+    LoadStore(false);
+    EXPECT_EQ("time_source - - 0; user_account@dora {\"login\":\"dora\",\"uid\":9,\"cs_generated_id\":\"dora\"} - 0",
+              host.Rows());
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, Steps, testing::ValuesIn(kStepCases),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(LoadStore, LeavesNothingAttachedWhenTheLastStepFails) {
   const TestHost host;
@@ -180,46 +154,37 @@ TEST(LoadStore, CleanUpsWithoutAStoreAreLogged) {
 
 // A staged load is stopped at every one of its writes in turn, by a full disk or
 // by a crash: either nothing is applied or all is, and the next load ends well.
-class StagedLoad : public testing::TestWithParam<bool> {};
-
-TEST_P(StagedLoad, LosesNothingWhereverItStops) {
-  const TestHost host;
-  host.root.Write(HaldenLib::kFeaturesFile, "ConfigStoreUpgrade=off\nConfigStoreRestore=off\n");
-  host.Put(kTimeSource, "null, 'old', null, null, 1");
-  SetDesiredUserConfig({host.Object(UserAccount("dora"), R"({"login":"dora","uid":9})")});
-  SetBootMode(BOOTMODE_APPLY);
-  const std::string store = host.root.Read(HaldenLib::kStoreFile);
+TEST(LoadStore, LosesNothingWhereverItStops) {
   const char kState[] =
       "SELECT (SELECT group_concat(Name || Identifier || '=' || coalesce(substr(UserValue, 1, 3), '-')) FROM (SELECT * "
       "FROM Config ORDER BY Name)), (SELECT Value FROM KVTable WHERE Key='APPLY_BOOT'), (SELECT count(*) FROM "
       "DesiredUserConfig);";
-  bool isComplete = false;
-  int writes = 0;
-  for (; !isComplete; ++writes) {
-    for (const char* suffix : {"-wal", "-shm", "-journal"}) {
-      fs::remove(host.root.Resolve(HaldenLib::kStoreFile) + suffix);
+  for (const bool byACrash : {false, true}) {
+    const TestHost host;
+    host.root.Write(HaldenLib::kFeaturesFile, "ConfigStoreUpgrade=off\nConfigStoreRestore=off\n");
+    host.Put(kTimeSource, "null, 'old', null, null, 1");
+    SetDesiredUserConfig({host.Object(UserAccount("dora"), R"({"login":"dora","uid":9})")});
+    SetBootMode(BOOTMODE_APPLY);
+    const std::string store = host.root.Read(HaldenLib::kStoreFile);
+    int writes = 0;
+    for (bool isComplete = false; !isComplete; ++writes) {
+      SCOPED_TRACE("after " + std::to_string(writes) + " writes");
+      for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+        fs::remove(host.root.Resolve(HaldenLib::kStoreFile) + suffix);
+      }
+      host.root.Write(HaldenLib::kStoreFile, store);
+      isComplete = InChild([&] {
+                     const FailingDisk disk(writes, byACrash);
+                     return Thrown([] { LoadStore(false); }).empty() && !FailingDisk::HasFailed() ? 0 : 1;
+                   }) == 0;
+      const std::string state = host.Query(kState);
+      EXPECT_TRUE(state == "time_source=old true 1" || state == "time_source=-,user_accountdora={\"l false 0") << state;
+      LoadStore(false);
+      const std::string loaded = host.Query(kState);
+      EXPECT_EQ("user_accountdora={\"l false 0", loaded.substr(loaded.find("user")));
     }
-    host.root.Write(HaldenLib::kStoreFile, store);
-    const pid_t child = fork();
-    if (child == 0) {
-      const FailingDisk disk(writes, GetParam());
-      const bool isDone = Thrown([] { LoadStore(false); }).empty();
-      _exit(isDone && !FailingDisk::HasFailed() ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    isComplete = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    const std::string state = host.Query(kState);
-    EXPECT_TRUE(state == "time_source=old true 1" || state == "time_source=-,user_accountdora={\"l false 0")
-        << "after " << writes << " writes: " << state;
-    LoadStore(false);
-    EXPECT_EQ("user_accountdora={\"l false 0", host.Query(kState).substr(host.Query(kState).find("user")))
-        << "after " << writes << " writes";
+    EXPECT_GT(writes, 10) << "the writes go through the hook";
   }
-  EXPECT_GT(writes, 10) << "the writes go through the hook";
 }
-
-INSTANTIATE_TEST_SUITE_P(Stopped, StagedLoad, testing::Bool(),
-                         [](const auto& test) { return test.param ? "ByACrash" : "ByAFullDisk"; });
 
 }  // namespace

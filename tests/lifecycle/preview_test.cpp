@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "lifecycle/test_host.h"
 
 using namespace OrvoConfigStore;
@@ -28,8 +24,8 @@ class Preview : public testing::Test {
     host_.Put(UserAccount("cleared"), "null, 'old', null, null, 0");
     host_.Put(ConfigStoreObjectId("k", "g", "unknown"), "null, 'old', null, null, 1");
     host_.Run(
-        "INSERT INTO DesiredUserConfig(Component, ConfigGroup, Name, Identifier, Value) VALUES('accessd', "
-        "'local', 'user_account', 'staged', 'new');");
+        "INSERT INTO DesiredUserConfig(Component, ConfigGroup, Name, Identifier, Value) VALUES('accessd', 'local', "
+        "'user_account', 'staged', 'new');");
   }
   // What the load then does to the rows that it says it changes.
   std::string LoadedRows() const {
@@ -49,37 +45,29 @@ TEST_F(Preview, SaysWhatANormalLoadDoes) {
   EXPECT_EQ("user_account@cleared old 0; time_source pending 0; k old 1", LoadedRows());
 }
 
-TEST_F(Preview, SaysWhatAStagedLoadDoes) {
+TEST_F(Preview, SaysWhatAStagedLoadDoesAndLeavesTheStoreAlone) {
+  const auto connection = DBStore::GetConnection(DBStore::TYPE_STORE);  // keeps the log as it is
   SetBootMode(BOOTMODE_APPLY);
+  const auto files = [&] {
+    const std::string path = HaldenLib::kStoreFile;
+    const std::filesystem::directory_iterator there(host_.root.Resolve(HaldenLib::kStoreDirectory));
+    return host_.root.Read(path) + host_.root.Read(path + "-wal") + std::to_string(std::distance(there, {}));
+  };
+  const std::string before = files();
   EXPECT_EQ(
       "apply; user_account@auto ->- lost desired; user_account@cleared old>- still unconfirmed; "
       "user_account@staged ->new unconfirmed; time_source old>pending unconfirmed; k old>-",
       Print(PreviewBoot()));
-  EXPECT_EQ("user_account@cleared - 0; user_account@staged new 0; time_source pending 0; k - 1", LoadedRows());
-}
-
-TEST_F(Preview, LeavesTheStoreAndItsDirectoryAlone) {
-  const auto connection = DBStore::GetConnection(DBStore::TYPE_STORE);  // keeps the log as it is
-  SetBootMode(BOOTMODE_APPLY);
-  const std::string store = host_.root.Read(HaldenLib::kStoreFile);
-  const std::string log = host_.root.Read(std::string(HaldenLib::kStoreFile) + "-wal");
-  ASSERT_FALSE(log.empty());
-  PreviewBoot();
-  EXPECT_EQ(store, host_.root.Read(HaldenLib::kStoreFile));
-  EXPECT_EQ(log, host_.root.Read(std::string(HaldenLib::kStoreFile) + "-wal"));
-  EXPECT_EQ(3, std::distance(std::filesystem::directory_iterator(host_.root.Resolve(HaldenLib::kStoreDirectory)), {}));
+  EXPECT_TRUE(before == files());
   EXPECT_TRUE(GetNextBootMode());
+  EXPECT_EQ("user_account@cleared - 0; user_account@staged new 0; time_source pending 0; k - 1", LoadedRows());
 }
 
 TEST_F(Preview, CopyBelongsToTheProcessThatMadeIt) {
   const auto copy = DBStore::OpenPrivateCopy();
-  ASSERT_NE(nullptr, copy);
-  const pid_t child = fork();
-  if (child == 0) _exit(DBStore::ExecuteV2(copy, "DELETE FROM Config;", nullptr, nullptr, 0));
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_EQ(1, WEXITSTATUS(status));
-  EXPECT_EQ(0, DBStore::ExecuteV2(copy, "DELETE FROM Config;", nullptr, nullptr, 0));
+  const auto clear = [&] { return DBStore::ExecuteV2(copy, "DELETE FROM Config;", nullptr, nullptr, 0); };
+  EXPECT_EQ(1, InChild(clear));
+  EXPECT_EQ(0, clear());
   EXPECT_EQ("4", host_.Query("SELECT count(*) FROM Config;"));
 }
 

@@ -1,9 +1,6 @@
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/stat.h>
 #include <sys/vfs.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -29,12 +26,14 @@ TEST(RamDisk, IsRecordedUnderARoot) {
 }
 
 TEST(RamDisk, ThatCannotBeMadeIsReported) {
-  const TempRoot first;
-  first.Write("/var/lib/halden/configstore/backup", "a file");
-  EXPECT_EQ("2000 Failed to reserve memory for ConfigStore backup", Thrown([] { SetupStoreRamDisk(); }));
-  const TempRoot second;
-  second.Write("/etc/halden", "a file");
-  EXPECT_EQ("2000 Failed to reserve memory for ConfigStore", Thrown([] { SetupStoreRamDisk(); }));
+  const std::pair<const char*, const char*> kCases[] = {
+      {"/var/lib/halden/configstore/backup", "2000 Failed to reserve memory for ConfigStore backup"},
+      {"/etc/halden", "2000 Failed to reserve memory for ConfigStore"}};
+  for (const auto& [file, thrown] : kCases) {
+    const TempRoot root;
+    root.Write(file, "a file");
+    EXPECT_EQ(thrown, Thrown([] { SetupStoreRamDisk(); }));
+  }
 }
 
 // Root within a namespace of its own, for who is not root already.
@@ -49,47 +48,31 @@ bool BecomeRoot() {
 
 bool EnterNamespace() {
   if (unshare(CLONE_NEWNS) != 0 && !BecomeRoot()) return false;
-  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
-  for (const char* directory : {"/etc", "/var/lib"}) {
-    if (mount("none", directory, "tmpfs", 0, "size=1m,mode=0755") != 0) return false;
-  }
-  return true;
+  const auto cover = [](const char* path) { return mount("none", path, "tmpfs", 0, "size=1m,mode=0755") == 0; };
+  return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 && cover("/etc") && cover("/var/lib");
 }
 
 bool IsRamDisk(const char* path) {
   struct statfs system;
-  struct stat status;
-  if (statfs(path, &system) != 0 || stat(path, &status) != 0) return false;
-  return system.f_type == kTmpfs && static_cast<long>(system.f_blocks) * system.f_bsize == 32 << 20 &&
-         (status.st_mode & 0777) == 0755;
+  return statfs(path, &system) == 0 && system.f_type == kTmpfs &&
+         static_cast<long>(system.f_blocks) * system.f_bsize == 32 << 20 &&
+         ModeOf(path) == std::filesystem::perms(0755);
 }
 
-// Everything that is mounted goes with the child.
-int MountForReal() {
-  if (!EnterNamespace()) return kNoNamespace;
-  SetHostRoot("");
-  if (SetupStoreRamDisk() != 0) return 1;
-  if (!IsRamDisk(HaldenLib::kStoreDirectory) || !IsRamDisk(HaldenLib::kBackupDirectory)) return 2;
-  LoadStore(true);
-  SetKV("BACKUP_FILES", "stored");
-  if (SetupStoreRamDisk() != 0) return 3;
-  return GetKV("BACKUP_FILES") == "stored" ? 0 : 4;
-}
-
+// Everything that is mounted goes with the child, which reports by number what is wrong.
 TEST(RamDisk, IsMountedForRealAndNeverOverTheStore) {
-  const pid_t child = fork();
-  if (child == 0) {
-    int result = 5;
-    try {
-      result = MountForReal();
-    } catch (const std::exception&) {
-    }
-    _exit(result);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  if (WEXITSTATUS(status) == kNoNamespace) GTEST_SKIP() << "a mount namespace takes root, or user namespaces";
-  EXPECT_EQ(0, status);
+  const int result = InChild([] {
+    if (!EnterNamespace()) return kNoNamespace;
+    HaldenLib::SetHostRoot("");
+    if (SetupStoreRamDisk() != 0) return 1;
+    if (!IsRamDisk(HaldenLib::kStoreDirectory) || !IsRamDisk(HaldenLib::kBackupDirectory)) return 2;
+    LoadStore(true);
+    SetKV("BACKUP_FILES", "stored");
+    if (SetupStoreRamDisk() != 0) return 3;
+    return GetKV("BACKUP_FILES") == "stored" ? 0 : 4;
+  });
+  if (result == kNoNamespace) GTEST_SKIP() << "a mount namespace takes root, or user namespaces";
+  EXPECT_EQ(0, result);
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 // What a boot load makes of each kind of backup, and of what lies beside the store.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include "lifecycle/test_host.h"
 
@@ -13,116 +12,84 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kStore = HaldenLib::kStoreFile;
-const std::string kBackup = HaldenLib::kBackupFile;
+const std::string kStore = HaldenLib::kStoreFile, kBackup = HaldenLib::kBackupFile;
 const char kValid[] = "ConfigStore backup [/var/lib/halden/configstore/backup/current-store-1] is valid.";
 const char kInconsistent[] =
     "ConfigStore backup [/var/lib/halden/configstore/backup/current-store-1] is inconsistent, creating new "
     "ConfigStore.";
+const char kAddOther[] = "INSERT INTO KVTable(Key) VALUES('other');";
+const std::string kSpill =
+    "PRAGMA journal_mode=DELETE; PRAGMA cache_size=1; PRAGMA cache_spill=1; BEGIN; DELETE FROM KVTable; INSERT INTO "
+    "KVTable(Key, Value) SELECT 'other', zeroblob(1000000);";
 
 // A host whose backup holds the key "backup" and whose store the key "lost".
-class RestoringHost : public TestHost {
- public:
+struct RestoringHost : TestHost {
   RestoringHost() {
-    MarkStore("backup");
+    Run("INSERT INTO KVTable(Key) VALUES('backup');");
     fs::create_directories(root.Resolve(HaldenLib::kBackupDirectory));
     EXPECT_EQ(0, backup(kStore, kBackup));
-    Run("DELETE FROM KVTable;");
-    MarkStore("lost");
+    Run("UPDATE KVTable SET Key='lost' WHERE Key='backup';");
   }
-  void MarkStore(const std::string& key) const { Run("INSERT INTO KVTable(Key) VALUES('" + key + "');"); }
-  std::string Keys() const {
+  static std::string Keys() {
     return Query("SELECT group_concat(Key) FROM KVTable WHERE Key IN ('backup', 'lost', 'log', 'other');");
   }
-  void Move(const std::string& from, const std::string& to) const {
-    fs::create_directories(fs::path(root.Resolve(to)).parent_path());
-    fs::rename(root.Resolve(from), root.Resolve(to));
-  }
+  void Remove(const std::string& path) const { fs::remove(root.Resolve(path)); }
+  void Cut(const std::string& path, size_t size) const { fs::resize_file(root.Resolve(path), size); }
   // Runs a script on a file of the host as another program would, which then dies
   // with the file open: its side files stay.
-  void RunAndDie(const std::string& path, const std::string& sql) const {
-    const pid_t child = fork();
-    if (child == 0) {
+  void RunAndDie(const std::string& path, const std::string& sql, const char* sideFile) const {
+    EXPECT_EQ(-1, InChild([&] {
       sqlite3* database = nullptr;
       sqlite3_open(root.Resolve(path).c_str(), &database);
       sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr);
-      raise(SIGKILL);
-    }
-    waitpid(child, nullptr, 0);
-  }
-  void Overwrite(const std::string& path, size_t from, const std::string& bytes) const {
-    std::string content = root.Read(path);
-    root.Write(path, content.substr(0, from) + bytes);
+      return raise(SIGKILL);
+    }));
+    EXPECT_TRUE(Exists(path + sideFile));
   }
 };
 
-struct BackupCase {
-  const char* name;
-  void (*spoil)(const RestoringHost& host);
-  const char* keys;  // in the store after the load
-  const char* logged;
-};
-
-const BackupCase kBackupCases[] = {
-    {"Good", [](const RestoringHost&) {}, "backup", kValid},
-    {"None", [](const RestoringHost& h) { fs::remove(h.root.Resolve(kBackup)); }, "-", "ConfigStore backup not found "},
-    {"OfTheFirstBoot", [](const RestoringHost& h) { h.Move(kBackup, HaldenLib::kFirstBootBackupFile); }, "backup",
-     "ConfigStore backup [/var/lib/halden/configstore/firstbootBackup/current-store-1] is valid."},
-    {"BesideOneOfTheFirstBoot",
-     [](const RestoringHost& h) { h.root.Write(HaldenLib::kFirstBootBackupFile, "not looked at"); }, "backup", kValid},
-    {"Truncated", [](const RestoringHost& h) { fs::resize_file(h.root.Resolve(kBackup), 6000); }, "-", kInconsistent},
-    {"CutToNothing", [](const RestoringHost& h) { fs::resize_file(h.root.Resolve(kBackup), 0); }, "-", kInconsistent},
-    {"Zeroed", [](const RestoringHost& h) { h.root.Write(kBackup, std::string(65536, '\0')); }, "-", kInconsistent},
-    {"Damaged", [](const RestoringHost& h) { h.Overwrite(kBackup, 8192, std::string(65536, '\x7f')); }, "-",
+// The keys that are in the store after the load, and what is logged of the backup.
+// clang-format off
+using Host = const RestoringHost&;
+const struct { const char* name; void (*spoil)(Host); const char *keys, *logged; } kBackupCases[] = {
+    {"good", [](Host) {}, "backup", kValid},
+    {"none", [](Host h) { h.Remove(kBackup); }, "-", "ConfigStore backup not found "},
+    {"of the first boot", [](Host h) {
+       h.root.Write(HaldenLib::kFirstBootBackupFile, h.root.Read(kBackup));
+       h.Remove(kBackup);
+     }, "backup", "ConfigStore backup [/var/lib/halden/configstore/firstbootBackup/current-store-1] is valid."},
+    {"beside one of the first boot", [](Host h) { h.root.Write(HaldenLib::kFirstBootBackupFile, "bad"); }, "backup",
+     kValid},
+    {"truncated", [](Host h) { h.Cut(kBackup, 6000); }, "-", kInconsistent},
+    {"cut to nothing", [](Host h) { h.Cut(kBackup, 0); }, "-", kInconsistent},
+    {"zeroed", [](Host h) { h.root.Write(kBackup, std::string(65536, '\0')); }, "-", kInconsistent},
+    {"damaged", [](Host h) { h.root.Write(kBackup, h.root.Read(kBackup).substr(0, 8192) + Repeated("\x7f", 65536)); },
+     "-", kInconsistent},
+    {"foreign", [](Host h) { h.Cut(kBackup, 0); h.RunAndDie(kBackup, "CREATE TABLE Config(Name);", ""); }, "-",
      kInconsistent},
-    {"Foreign",
-     [](const RestoringHost& h) {
-       h.root.Write(kBackup, "");
-       h.RunAndDie(kBackup, "CREATE TABLE Config(Name);");
-     },
-     "-", kInconsistent},
-    {"Directory",
-     [](const RestoringHost& h) {
-       fs::remove(h.root.Resolve(kBackup));
-       fs::create_directories(h.root.Resolve(kBackup));
-     },
-     "-", kInconsistent},
-    {"ReadOnly", [](const RestoringHost& h) { fs::permissions(h.root.Resolve(kBackup), fs::perms::owner_read); },
-     "backup", kValid},
-    {"WithItsLog",
-     [](const RestoringHost& h) {
-       h.RunAndDie(kBackup, "PRAGMA journal_mode=WAL; INSERT INTO KVTable(Key) VALUES('log');");
-       ASSERT_TRUE(h.Exists(kBackup + "-wal"));
-     },
-     "backup,log", kValid},
-    {"WithAHotJournal",
-     [](const RestoringHost& h) {
-       h.RunAndDie(kBackup,
-                   "PRAGMA cache_size=1; PRAGMA cache_spill=1; BEGIN; DELETE FROM KVTable; INSERT INTO "
-                   "KVTable(Key, Value) SELECT 'log', zeroblob(1000000);");
-       ASSERT_TRUE(h.Exists(kBackup + "-journal"));
-     },
-     "backup", kValid},
+    {"directory", [](Host h) { h.Remove(kBackup); fs::create_directories(h.root.Resolve(kBackup)); }, "-",
+     kInconsistent},
+    {"read-only", [](Host h) { fs::permissions(h.root.Resolve(kBackup), fs::perms::owner_read); }, "backup", kValid},
+    {"with its log", [](Host h) {
+       h.RunAndDie(kBackup, "PRAGMA journal_mode=WAL; INSERT INTO KVTable(Key) VALUES('log');", "-wal");
+     }, "backup,log", kValid},
+    {"with a hot journal", [](Host h) { h.RunAndDie(kBackup, kSpill, "-journal"); }, "backup", kValid},
 };
+// clang-format on
 
-class Backups : public testing::TestWithParam<BackupCase> {};
-
-TEST_P(Backups, AreRestoredWhenConsistent) {
-  const RestoringHost host;
-  GetParam().spoil(host);
-  LoadStore(true);
-  EXPECT_EQ(GetParam().keys, host.Keys());
-  EXPECT_TRUE(host.Logged(GetParam().logged));
-  const bool isRestored = std::string(GetParam().keys) != "-";
-  EXPECT_EQ(isRestored, host.Logged("ConfigStore restored successfully from backup"));
-  EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
-  struct stat status;
-  ASSERT_EQ(0, stat(host.root.Resolve(kStore).c_str(), &status));
-  EXPECT_EQ(0600u, status.st_mode & 0777);
+TEST(Backups, AreRestoredWhenConsistent) {
+  for (const auto& row : kBackupCases) {
+    SCOPED_TRACE(row.name);
+    const RestoringHost host;
+    row.spoil(host);
+    LoadStore(true);
+    EXPECT_EQ(row.keys, host.Keys());
+    EXPECT_TRUE(host.Logged(row.logged));
+    EXPECT_EQ(std::string(row.keys) != "-", host.Logged("ConfigStore restored successfully from backup"));
+    EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
+    EXPECT_EQ(fs::perms(0600), ModeOf(host.root.Resolve(kStore)));
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Kinds, Backups, testing::ValuesIn(kBackupCases),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(Restore, TakesALogAlongThatAReaderKeepsOutOfTheBackup) {
   const RestoringHost host;
@@ -130,87 +97,62 @@ TEST(Restore, TakesALogAlongThatAReaderKeepsOutOfTheBackup) {
   ASSERT_EQ(SQLITE_OK, sqlite3_open(host.root.Resolve(kBackup).c_str(), &reader));
   ASSERT_EQ(SQLITE_OK,
             sqlite3_exec(reader, "PRAGMA journal_mode=WAL; BEGIN; SELECT * FROM KVTable;", nullptr, nullptr, nullptr));
-  host.RunAndDie(kBackup, "INSERT INTO KVTable(Key) VALUES('log');");
+  host.RunAndDie(kBackup, "INSERT INTO KVTable(Key) VALUES('log');", "-wal");
   LoadStore(true);
   EXPECT_EQ("backup,log", host.Keys());
   sqlite3_close(reader);
 }
 
 // What was left beside the store by others is never played into the restored file.
-struct SideFileCase {
-  const char* name;
-  void (*leave)(const RestoringHost& host);
-};
-
-const SideFileCase kSideFileCases[] = {
-    {"LogOfTheStore",
-     [](const RestoringHost& h) {
-       h.RunAndDie(kStore, "INSERT INTO KVTable(Key) VALUES('other');");
-       ASSERT_TRUE(h.Exists(kStore + "-wal"));
-     }},
-    {"HotJournalOfTheStore",
-     [](const RestoringHost& h) {
-       h.RunAndDie(kStore,
-                   "PRAGMA journal_mode=DELETE; PRAGMA cache_size=1; PRAGMA cache_spill=1; BEGIN; DELETE FROM "
-                   "KVTable; INSERT INTO KVTable(Key, Value) SELECT 'other', zeroblob(1000000);");
-       ASSERT_TRUE(h.Exists(kStore + "-journal"));
-     }},
-    {"LogWithoutItsStore",
-     [](const RestoringHost& h) {
-       h.RunAndDie(kStore, "INSERT INTO KVTable(Key) VALUES('other');");
-       fs::remove(h.root.Resolve(kStore));
-     }},
-};
-
-class SideFiles : public testing::TestWithParam<SideFileCase> {};
-
-TEST_P(SideFiles, GoWithTheStoreTheyBelongTo) {
-  for (const bool hasBackup : {true, false}) {
-    const RestoringHost host;
-    if (!hasBackup) fs::remove(host.root.Resolve(kBackup));
-    GetParam().leave(host);
-    LoadStore(true);
-    EXPECT_EQ(hasBackup ? "backup" : "-", host.Keys());
-    EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
+TEST(Restore, SideFilesGoWithTheStoreTheyBelongTo) {
+  void (*const leave[])(Host) = {
+      [](Host h) { h.RunAndDie(kStore, kAddOther, "-wal"); },
+      [](Host h) { h.RunAndDie(kStore, kSpill, "-journal"); },
+      [](Host h) {
+        h.RunAndDie(kStore, kAddOther, "-wal");
+        h.Remove(kStore);
+      },
+  };
+  for (const auto& leaveSideFiles : leave) {
+    for (const bool hasBackup : {true, false}) {
+      const RestoringHost host;
+      if (!hasBackup) host.Remove(kBackup);
+      leaveSideFiles(host);
+      LoadStore(true);
+      EXPECT_EQ(hasBackup ? "backup" : "-", host.Keys());
+      EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, SideFiles, testing::ValuesIn(kSideFileCases),
-                         [](const auto& test) { return std::string(test.param.name); });
-
-// A host of its own programs: the root's /bin comes before the machine's.
-void Program(const RestoringHost& host, const std::string& path, const std::string& script) {
-  fs::permissions(host.root.Write(path, "#!/bin/sh\n" + script), fs::perms::owner_all);
-}
-
-TEST(Restore, StoreThatCannotBeRemovedIsReplacedWithItsSideFiles) {
-  const RestoringHost host;
-  Program(host, "/bin/rm", "exit 1\n");
-  host.RunAndDie(kStore, "INSERT INTO KVTable(Key) VALUES('other');");
-  LoadStore(true);
-  EXPECT_TRUE(host.Logged("Error removing sticky ConfigStore file"));
-  EXPECT_EQ("backup", host.Keys());
-}
-
-TEST(Restore, CopyThatFailsLeavesANewStoreOrTheOneThatCouldNotBeRemoved) {
-  for (const bool isStuck : {false, true}) {
+// Whether the host's rm and cp work, and what is in the store then.
+TEST(Restore, CommandsThatFailLeaveTheBackupANewStoreOrTheOneThatCouldNotBeRemoved) {
+  const char kCutCopy[] = "/usr/bin/head -c 6000 \"$1\" > \"$2\"; exit 1\n", kFail[] = "exit 1\n";
+  // clang-format off
+  const struct { const char *rm, *cp, *keys, *logged; } kCases[] = {
+      {kFail, nullptr, "backup", "Error removing sticky ConfigStore file"},
+      {nullptr, kCutCopy, "-", "Cannot copy ConfigStore from backup ["},
+      {kFail, kFail, "lost", "/backup/current-store-1], creating new ConfigStore."},
+  };
+  // clang-format on
+  for (const auto& row : kCases) {
     const RestoringHost host;
-    Program(host, "/bin/cp", isStuck ? "exit 1\n" : "/usr/bin/head -c 6000 \"$1\" > \"$2\"; exit 1\n");
-    if (isStuck) Program(host, "/bin/rm", "exit 1\n");
+    if (row.rm != nullptr) host.Program("/bin/rm", row.rm);
+    if (row.cp != nullptr) host.Program("/bin/cp", row.cp);
+    if (row.cp == nullptr) host.RunAndDie(kStore, kAddOther, "-wal");
     LoadStore(true);
-    EXPECT_TRUE(host.Logged("Cannot copy ConfigStore from backup [" + kBackup + "], creating new ConfigStore."));
-    EXPECT_EQ(isStuck ? "lost" : "-", host.Keys());
-    EXPECT_FALSE(host.Logged("ConfigStore restored successfully from backup"));
+    EXPECT_EQ(row.keys, host.Keys());
+    EXPECT_TRUE(host.Logged(row.logged)) << row.logged;
+    EXPECT_EQ(row.cp == nullptr, host.Logged("ConfigStore restored successfully from backup"));
   }
 }
 
 TEST(Restore, CommandsAreThoseTheHostKnows) {
   const RestoringHost host;
-  host.RunAndDie(kStore, "INSERT INTO KVTable(Key) VALUES('other');");
-  for (const char* name : {"rm", "cp"}) {
-    Program(host, std::string("/bin/") + name,
-            "ls $HALDEN_ROOT/etc/halden/configstore | xargs >> $HALDEN_ROOT/commands; echo " + std::string(name) +
-                " \"$@\" >> $HALDEN_ROOT/commands; exec /usr/bin/" + name + " \"$@\"\n");
+  host.RunAndDie(kStore, kAddOther, "-wal");
+  for (const std::string name : {"rm", "cp"}) {
+    host.Program("/bin/" + name, "ls $HALDEN_ROOT/etc/halden/configstore | xargs >> $HALDEN_ROOT/commands; echo " +
+                                     name + " \"$@\" >> $HALDEN_ROOT/commands; exec /usr/bin/" + name + " \"$@\"\n");
   }
   LoadStore(true);
   std::string commands = host.root.Read("/commands");

@@ -1,20 +1,10 @@
 #pragma once
 
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include "configstore/configstore.h"
-#include "platform/db_store.h"
-#include "platform/host_paths.h"
-#include "support/log_capture.h"
-#include "support/temp_root.h"
 #include "support/test_store.h"
 
 /// A host in a temporary root, with packages, its log captured. Every statement
 /// runs on a connection of its own: loading replaces the store.
-class TestHost {
- public:
+struct TestHost {
   /// Installs the example packages and loads the store for the first time.
   TestHost() {
     for (const char* package : {"netd", "clockd", "accessd"}) Install(package);
@@ -31,30 +21,23 @@ class TestHost {
   std::string PackagePath(const std::string& package) const {
     return root.Resolve(HaldenLib::kComponentsDirectory) + "/" + package;
   }
-
-  void Run(const std::string& sql) const {
-    EXPECT_EQ(0, DBStore::ExecuteV2(DBStore::GetConnection(DBStore::TYPE_STORE), sql, nullptr, nullptr, 0)) << sql;
+  /// Writes a shell script of the host. The root's /bin comes before the machine's.
+  void Program(const std::string& path, const std::string& script) const {
+    std::filesystem::permissions(root.Write(path, "#!/bin/sh\n" + script), std::filesystem::perms::owner_all);
   }
-  /// Returns the rows of a query: columns joined by a blank, "-" for NULL, rows by "; ".
-  std::string Query(const std::string& sql, DBStore::Type type = DBStore::TYPE_STORE) const {
-    std::string rows;
-    const auto append = [](void* out, int columns, char** texts, char**) {
-      std::string& all = *static_cast<std::string*>(out);
-      if (!all.empty()) all += "; ";
-      for (int i = 0; i < columns; ++i) all += std::string(i == 0 ? "" : " ") + (texts[i] == nullptr ? "-" : texts[i]);
-      return 0;
-    };
-    EXPECT_EQ(0, DBStore::ExecuteV2(DBStore::GetConnection(type), sql, append, &rows, DBStore::kBusyTimeout)) << sql;
-    return rows;
+
+  static void Run(const std::string& sql) { EXPECT_EQ("", Query(sql)) << sql; }
+  static std::string Query(const std::string& sql, DBStore::Type type = DBStore::TYPE_STORE) {
+    return RowsOf(DBStore::GetConnection(type), sql, DBStore::kBusyTimeout);
   }
   /// Returns "KEY[@INSTANCE] USER DESIRED SUCCESS" of all objects.
-  std::string Rows() const {
+  static std::string Rows() {
     return Query(
         "SELECT Name || CASE Identifier WHEN '' THEN '' ELSE '@' || Identifier END, UserValue, DesiredValue, Success "
         "FROM Config ORDER BY Name, Identifier;");
   }
   /// Adds an object by hand: its layers are SQL expressions.
-  void Put(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& layers) const {
+  static void Put(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& layers) {
     Run("INSERT OR REPLACE INTO Config(Component, ConfigGroup, Name, Identifier, AutoConfValue, UserValue, VitalValue, "
         "DesiredValue, Success) VALUES('" +
         id.component + "','" + id.group + "','" + id.key + "','" + id.instanceId + "'," + layers + ");");
@@ -76,10 +59,8 @@ class TestHost {
 
   /// Whether a line that holds `words` has been logged.
   bool Logged(const std::string& words) const {
-    for (const std::string& line : log.Lines()) {
-      if (line.find(words) != std::string::npos) return true;
-    }
-    return false;
+    const auto lines = log.Lines();
+    return std::any_of(lines.begin(), lines.end(), [&](const auto& line) { return line.find(words) != line.npos; });
   }
 
   const TempRoot root;

@@ -1,44 +1,34 @@
-#include <gtest/gtest.h>
-
 #include "lifecycle/test_host.h"
 
 using namespace OrvoConfigStore;
 
 namespace {
 
-// An upgrade library that notes its calls, "LATE SECOND PACKAGE...".
-OrvoConfigUpgrade::UpgradeFunctions Noting(std::string* calls, bool upgrading) {
-  return {[upgrading] { return upgrading; },
-          {},
-          [calls](bool late, const std::vector<std::string>& packages, bool second) {
-            *calls += std::to_string(late) + " " + std::to_string(second);
-            for (const std::string& package : packages) *calls += " " + package;
-          }};
-}
-
-TEST(Upgrade, RunsLateAndOnlyOnAHostThatIsUpgrading) {
+TEST(Upgrade, RunsOnAHostThatIsUpgradingAndAfterARefreshOfTheSchemas) {
   const TestHost host;
-  for (const bool upgrading : {false, true}) {
-    std::string calls;
-    const OrvoConfigUpgrade::ScopedUpgradeLibrary library(Noting(&calls, upgrading));
-    Upgrade({"netd", "clockd"});
-    EXPECT_EQ(upgrading ? "1 1 netd clockd" : "", calls);
-    EXPECT_TRUE(host.Logged("System not undergoing upgrade, cannot perform upgrade"));
-  }
-}
-
-TEST(Upgrade, RefreshUpgradesAfterTheSchemasWereTaken) {
-  const TestHost host;
-  std::string calls;
-  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(Noting(&calls, false));
+  std::string calls;  // "LATE SECOND PACKAGE..."
+  bool isUpgrading = false;
+  const OrvoConfigUpgrade::ScopedUpgradeLibrary library(
+      {[&] { return isUpgrading; },
+       {},
+       [&](bool late, const std::vector<std::string>& packages, bool second) {
+         calls += std::to_string(late) + " " + std::to_string(second);
+         for (const std::string& package : packages) calls += " " + package;
+       }});
+  Upgrade({"netd", "clockd"});
+  EXPECT_EQ("", calls);
+  EXPECT_TRUE(host.Logged("System not undergoing upgrade, cannot perform upgrade"));
   EXPECT_TRUE(RefreshConfigStore({"netd"}, {"clockd"}));
-  EXPECT_EQ("0 0 clockd", calls);
+  EXPECT_EQ("0 0 clockd", std::exchange(calls, ""));
+  isUpgrading = true;
+  Upgrade({"netd", "clockd"});
+  EXPECT_EQ("1 1 netd clockd", std::exchange(calls, ""));
   host.root.Write(std::string(HaldenLib::kComponentsDirectory) + "/netd/schema/bad.json", "");
   EXPECT_FALSE(RefreshConfigStore({"netd"}, {"clockd"}));
-  EXPECT_EQ("0 0 clockd", calls);
+  EXPECT_EQ("", calls);
 }
 
-TEST(UpgradeStatus, IsTheOneRecordedLast) {
+TEST(UpgradeStatus, IsTheOneRecordedLastOrUnknown) {
   const TestHost host;
   EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
   EXPECT_TRUE(host.Logged("staus not present for upgrade library: lib"));
@@ -47,10 +37,6 @@ TEST(UpgradeStatus, IsTheOneRecordedLast) {
     EXPECT_EQ(status, GetUpgradeLibStatus("lib"));
   }
   EXPECT_EQ("lib 1", host.Query("SELECT LibName, Success FROM UpgradeStatus;"));
-}
-
-TEST(UpgradeStatus, IsUnknownWhereItCannotBeRead) {
-  const TestHost host;
   for (const std::string name : {"it's", "' OR '1'='1"}) {
     SetUpgradeLibStatus(true, name);
     EXPECT_EQ(2, GetUpgradeLibStatus(name));
@@ -58,8 +44,8 @@ TEST(UpgradeStatus, IsUnknownWhereItCannotBeRead) {
   }
   host.Run("ALTER TABLE UpgradeStatus RENAME TO Gone;");
   EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
-  EXPECT_TRUE(host.Logged("Cannot query upgrade status for: lib"));
   SetUpgradeLibStatus(true, "lib");
+  EXPECT_TRUE(host.Logged("Cannot query upgrade status for: lib"));
   EXPECT_TRUE(host.Logged("Failed to set the upgrade status."));
   std::filesystem::remove_all(host.root.Resolve(HaldenLib::kStoreDirectory));
   EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
