@@ -170,8 +170,11 @@ TEST(UserData, WaitsForTheEndOfBootButForTheHostAndAnUpgrade) {
   SetKV("IS_BOOT", "true");
   EXPECT_EQ("2000 API cannot be invoked with EXTERNAL context during boot",
             Thrown([&] { store.Set(kTimeSource, R"({"method":"ntp"})"); }));
+  const auto clock = ConfigStore::CreateObject(kTimeSource, R"({"method":"ntp"})");
+  EXPECT_EQ("2000 API cannot be invoked with EXTERNAL context during boot",
+            Thrown([&] { store->Update(clock, kExternal); }));
   EXPECT_EQ("", store.Layers("time_source"));
-  store->Set(ConfigStore::CreateObject(kTimeSource, R"({"method":"ntp"})"), kAutomatic);
+  store->Set(clock, kAutomatic);
   EXPECT_EQ(R"({"method":"ntp"} - - - - 1)", store.Layers("time_source"));
   {
     const OrvoConfigUpgrade::ScopedUpgradeLibrary upgrade({{}, [] { return true; }, {}});

@@ -25,10 +25,7 @@ TEST(ErrorCodes, AreFoundWhileStaticObjectsAreMade) {
 }
 
 TEST(ErrorCodes, HaveTheirFormats) {
-  const struct {
-    int code;
-    const char* format;
-  } kCases[] = {
+  const std::pair<int, const char*> kCases[] = {
       {CS_DB_OPEN_FAILED, "Failed to open database %s"},
       {CS_TYPE_INVALID, "Invalid type, %s"},  // the first of two
       {CS_NOT_NON_SINGLETON, "Not a Non-Singleton object: %s"},
@@ -39,7 +36,7 @@ TEST(ErrorCodes, HaveTheirFormats) {
       {CS_CHILD_WAIT_FAILED, "Failed to wait for child process: %d, errno: %s"},
       {CS_INTERNAL_ERROR, "ConfigStore internal error"},
   };
-  for (const auto& row : kCases) EXPECT_EQ(row.format, FormatOrFailure(row.code));
+  for (const auto& [code, format] : kCases) EXPECT_EQ(format, FormatOrFailure(code));
 }
 
 TEST(ErrorCodes, AreTheseAndNoOthers) {

@@ -1,87 +1,61 @@
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-#include <string>
-#include <typeinfo>
-#include <utility>
-
 #include "configstore/errors.h"
+
 #include "platform/failure.h"
-#include "support/log_capture.h"
+#include "support/test_store.h"
 
 namespace OrvoConfigStore {
 namespace {
 
-struct ThrowCase {
-  const char* name;
-  void (*fail)();
-  const std::type_info& type;
-  const char* text;
-};
-
-const ThrowCase kThrowCases[] = {
-    {"Argument", [] { ThrowException<InvalidArgumentException>(CS_JSON_FILE_INVALID, "/x%s.json"); },
+// clang-format off
+const struct { void (*fail)(); const std::type_info& type; const char* text; } kThrowCases[] = {
+    {[] { ThrowException<InvalidArgumentException>(CS_JSON_FILE_INVALID, "/x%s.json"); },
      typeid(InvalidArgumentException), "Error Code: 1081\nMessage: Failed to parse JSON file /x%s.json\n"},
-    {"Type", [] { ThrowException<InvalidTypeException>(CS_TYPE_INVALID, "abc"); }, typeid(InvalidTypeException),
+    {[] { ThrowException<InvalidTypeException>(CS_TYPE_INVALID, "abc"); }, typeid(InvalidTypeException),
      "Error Code: 1030\nMessage: Invalid type, abc\n"},
-    {"TwoArguments", [] { ThrowException<ConfigStoreException>(CS_CHILD_WAIT_FAILED, 7, "x"); },
-     typeid(ConfigStoreException), "Error Code: 1103\nMessage: Failed to wait for child process: 7, errno: x\n"},
-    {"Direct", [] { throw ConfigStoreException(CS_GENERAL, "Object already exists."); }, typeid(ConfigStoreException),
+    {[] { ThrowException<ConfigStoreException>(CS_CHILD_WAIT_FAILED, 7, "x"); }, typeid(ConfigStoreException),
+     "Error Code: 1103\nMessage: Failed to wait for child process: 7, errno: x\n"},
+    {[] { throw ConfigStoreException(CS_GENERAL, "Object already exists."); }, typeid(ConfigStoreException),
      "Error Code: 2000\nMessage: Object already exists.\n"},
-    {"PlatformJson", [] { ThrowInvalidJson(); }, typeid(ConfigStoreException),
-     "Error Code: 2000\nMessage: Invalid JSON\n"},
-    {"Platform", [] { ThrowPlatformFailure("100% full"); }, typeid(ConfigStoreException),
+    {[] { ThrowInvalidJson(); }, typeid(ConfigStoreException), "Error Code: 2000\nMessage: Invalid JSON\n"},
+    {[] { ThrowPlatformFailure("100% full"); }, typeid(ConfigStoreException),
      "Error Code: 2000\nMessage: 100% full\n"},
-    {"ValidationWithoutErrors", [] { ThrowValidation(CS_DEFAULT_CONFIG_INVALID, {}); }, typeid(ValidationException),
+    {[] { ThrowValidation(CS_DEFAULT_CONFIG_INVALID, {}); }, typeid(ValidationException),
      "Error Code: 1084\nMessage: Failed to validate Default config\n"},
-    {"Validation",
-     [] {
-       ThrowValidation(CS_VALIDATION_ERROR, {{"a", "bad"}, {"b", "worse"}}, "k", "no");
-     },
+    {[] { ThrowValidation(CS_VALIDATION_ERROR, {{"a", "bad"}, {"b", "worse"}}, "k", "no"); },
      typeid(ValidationException), "Error Code: 1083\nMessage: Validation Error: 'k' no\nDetails: \na: bad\nb: worse\n"},
 };
+// clang-format on
 
-class Throwing : public testing::TestWithParam<ThrowCase> {};
-
-TEST_P(Throwing, FillsTheMessageAndLogsOnce) {
+TEST(Exceptions, FillTheMessageAndAreLoggedOnce) {
   const TempRoot root;
-  const LogCapture log(root);
-  std::string text, logged;
-  try {
-    GetParam().fail();
-  } catch (const ConfigStoreException& thrown) {
-    EXPECT_EQ(GetParam().type, typeid(thrown));
-    const auto* validation = dynamic_cast<const ValidationException*>(&thrown);
-    text = validation == nullptr ? thrown.toString() : validation->toString();
-    logged = "[" + std::to_string(thrown.GetErrorCode()) + "] " + thrown.what();
+  for (const auto& row : kThrowCases) {
+    const LogCapture log(root);
+    std::string text, logged;
+    try {
+      row.fail();
+    } catch (const ConfigStoreException& thrown) {
+      EXPECT_EQ(row.type, typeid(thrown));
+      const auto* validation = dynamic_cast<const ValidationException*>(&thrown);
+      text = validation == nullptr ? thrown.toString() : validation->toString();
+      logged = "[" + std::to_string(thrown.GetErrorCode()) + "] " + thrown.what();
+    }
+    EXPECT_EQ(row.text, text);
+    ASSERT_EQ(2u, log.Lines().size());
+    EXPECT_EQ(logged, log.Lines()[0]);
+    EXPECT_EQ(0u, log.Lines()[1].find("ConfigStoreException: configstore:")) << log.Lines()[1];
   }
-  EXPECT_EQ(GetParam().text, text);
-
-  ASSERT_EQ(2u, log.Lines().size());
-  EXPECT_EQ(logged, log.Lines()[0]);
-  EXPECT_EQ(0u, log.Lines()[1].find("ConfigStoreException: configstore:")) << log.Lines()[1];
 }
 
-INSTANTIATE_TEST_SUITE_P(Failures, Throwing, testing::ValuesIn(kThrowCases),
-                         [](const auto& tested) { return std::string(tested.param.name); });
-
-TEST(Throwing, ACodeWithoutAMessageFailsInSilence) {
+TEST(Exceptions, AreNotLoggedWithoutAMessageNorWhenTheyAreCopied) {
   const TempRoot root;
+  const ValidationException first(CS_GENERAL, "m", {{"f", "e"}});
   const LogCapture log(root);
   EXPECT_THROW(ThrowException<ConfigStoreException>(CS_GENERAL), std::out_of_range);
   EXPECT_THROW(ThrowValidation(CS_CACHED_CONFIG_INVALID, {}), std::out_of_range);
-  EXPECT_TRUE(log.Lines().empty());
-}
-
-TEST(Exceptions, AreCopiedInSilenceAndWhole) {
-  const TempRoot root;
-  const LogCapture log(root);
-  const ValidationException first(CS_GENERAL, "m", {{"f", "e"}});
-  const size_t before = log.Lines().size();
   ValidationException copy(first);
   EXPECT_EQ(first.toString(), copy.toString());
   copy = ValidationException(first);
-  EXPECT_EQ(before, log.Lines().size());
+  EXPECT_TRUE(log.Lines().empty());
 }
 
 TEST(Exceptions, PutTheMessageBeforeAnObservation) {

@@ -1,6 +1,5 @@
 #include <sqlite3.h>
 
-#include "lifecycle/failing_disk.h"
 #include "lifecycle/test_host.h"
 
 using namespace OrvoConfigStore;
@@ -111,26 +110,6 @@ TEST_F(Backup, GivesUpOnABusyDatabaseAfterTenSeconds) {
       Said().substr(before));
   sqlite3_close(other);
   EXPECT_EQ(0, backup(kStore, kCopy));
-}
-
-TEST_F(Backup, KeepsTheOldOneWhenTheDiskIsFull) {
-  ASSERT_EQ(0, backup(kStore, kCopy));
-  host_.Run("UPDATE Config SET UserValue='newer';");
-  int writes = 0;
-  const auto backUp = [&writes](const std::string& destination) {
-    const FailingDisk disk(writes);
-    return backup(kStore, destination);
-  };
-  for (int result = 1; result != 0; ++writes) {
-    result = backUp(kCopy);
-    EXPECT_TRUE(IsConsistentStore(kCopy)) << "after " << writes << " writes";
-    const bool isCreated = backUp("/backups/new") == 0;
-    EXPECT_EQ(isCreated ? 2 : 1, FilesThere()) << "a new one is there whole or not at all";
-    fs::remove(host_.root.Resolve("/backups/new"));
-    const std::string value = ReadAlone();
-    EXPECT_TRUE(result == 0 ? value == "newer" : value == "value" || value == "newer") << value;
-  }
-  EXPECT_GT(writes, 5) << "the writes go through the hook";
 }
 
 }  // namespace

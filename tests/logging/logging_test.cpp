@@ -1,22 +1,17 @@
 #include "configstore/logging.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/single_threaded.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <functional>
 #include <regex>
 #include <stdexcept>
 #include <thread>
 
-#include "support/log_capture.h"
+#include "support/test_store.h"
 
 namespace fs = std::filesystem;
 
@@ -57,35 +52,26 @@ TEST_F(Logging, APrefixNamesProcessAndThread) {
   EXPECT_EQ(expected, log.RawLines());
 }
 
-struct LineCase {
-  const char* name;
-  void (*write)();
-  const char* line;
-};
-
-const LineCase kLineCases[] = {
-    {"Arguments", [] { Log(LOG_PRIORITY_TRACE, "%s has %d", "x", 3); }, "x has 3"},
-    {"TagIsNoFormat",
-     [] {
-       std::string name = "50%s";
-       DBLog(name, LOG_PRIORITY_INFO, " of %d%%", 7);
-     },
-     "50%s of 7%"},
-    {"ErrorCode", [] { LogErrCode(LOG_PRIORITY_WARNING, OrvoConfigStore::CS_FILTER_EMPTY, "GetInstances"); },
+// clang-format off
+const std::pair<void (*)(), const char*> kLineCases[] = {
+    {[] { Log(LOG_PRIORITY_TRACE, "%s has %d", "x", 3); }, "x has 3"},
+    {[] { std::string tag = "50%s"; DBLog(tag, LOG_PRIORITY_INFO, " of %d%%", 7); }, "50%s of 7%"},
+    {[] { LogErrCode(LOG_PRIORITY_WARNING, OrvoConfigStore::CS_FILTER_EMPTY, "GetInstances"); },
      "[1041]GetInstances: FilterSpec object is empty"},
-    {"FormatsNewline", [] { Log(LOG_PRIORITY_INFO, "end\n"); }, "end"},
-    {"OnlyOneNewline", [] { Log(LOG_PRIORITY_INFO, "end\n\n"); }, "end?"},
-    {"ArgumentsNewline", [] { Log(LOG_PRIORITY_INFO, "%s", "a\nb\n"); }, "a?b?"},
-    {"ControlBytes", [] { Log(LOG_PRIORITY_INFO, "%s%c.", "\x1b[1m\t\r\x7f", '\0'); }, "?[1m????."},
-    {"Utf8Stays", [] { Log(LOG_PRIORITY_INFO, "%s", "\xC3\xBC\xE2\x82\xAC"); }, "\xC3\xBC\xE2\x82\xAC"},
-    {"Nothing", [] { Log(LOG_PRIORITY_INFO, "%s", ""); }, ""},
+    {[] { Log(LOG_PRIORITY_INFO, "end\n"); }, "end"},
+    {[] { Log(LOG_PRIORITY_INFO, "end\n\n"); }, "end?"},
+    {[] { Log(LOG_PRIORITY_INFO, "%s", "a\nb\n"); }, "a?b?"},
+    {[] { Log(LOG_PRIORITY_INFO, "%s%c.", "\x1b[1m\t\r\x7f", '\0'); }, "?[1m????."},
+    {[] { Log(LOG_PRIORITY_INFO, "%s", "\xC3\xBC\xE2\x82\xAC"); }, "\xC3\xBC\xE2\x82\xAC"},
+    {[] { Log(LOG_PRIORITY_INFO, "%s", ""); }, ""},
 };
+// clang-format on
 
 TEST_F(Logging, ALineShowsWhatIsLogged) {
-  for (const LineCase& row : kLineCases) {
+  for (const auto& [write, line] : kLineCases) {
     const LogCapture log(root_);
-    row.write();
-    EXPECT_EQ(std::vector<std::string>{row.line}, log.Lines()) << row.name;
+    write();
+    EXPECT_EQ(std::vector<std::string>{line}, log.Lines());
   }
 }
 
@@ -94,28 +80,24 @@ TEST_F(Logging, ACodeWithoutAMessageThrowsEvenUnlogged) {
 }
 
 TEST_F(Logging, APreferenceBoundsTheLevel) {
-  const struct {
-    const char* preferences;
-    const char* taken;
-  } kCases[] = {
+  const std::pair<const char*, std::string> kCases[] = {
       {"", "0123"},
-      {"log.logMinLevel=130", "0123"},
       {"# log.logMinLevel=110\n log.logMinLevel = 125 \n", "012"},
+      {"log.logMinLevel=130", "0123"},
       {"log.logMinLevel=115", "01"},
       {"log.logMinLevel=110", "0"},
       {"log.logMinLevel=109", ""},
       {"log.logMinLevel=11x", "0123"},
       {"log.logMinLevel=", "0123"},
   };
-  for (const auto& row : kCases) {
-    root_.Write("/etc/halden/preferences", row.preferences);
+  for (const auto& [preferences, taken] : kCases) {
+    root_.Write("/etc/halden/preferences", preferences);
     fs::remove_all(root_.Resolve("/tmp"));
     LogInit("cs");
-    EXPECT_EQ(row.taken, Taken("/tmp/cs.log")) << row.preferences;
-    for (int i = 0; i < 4; ++i) {
-      const bool taken = std::string(row.taken).find(std::to_string(i)) != std::string::npos;
-      EXPECT_EQ(taken, WouldLog(static_cast<log_priority>(i))) << row.preferences;
-    }
+    EXPECT_EQ(taken, Taken("/tmp/cs.log")) << preferences;
+    std::string would;
+    for (int i = 0; i < 4; ++i) would += WouldLog(static_cast<log_priority>(i)) ? std::to_string(i) : "";
+    EXPECT_EQ(taken, would) << preferences;
     LogExit();
   }
 }
@@ -170,37 +152,28 @@ TEST_F(Logging, RefusesANameThatIsAPath) {
 TEST_F(Logging, WritesOnlyIntoAFileOfItsOwn) {
   const std::string log = root_.Resolve("/tmp/cs.log"), other = root_.Write("/etc/other", "as it was");
   int reader = -1;
-  const struct {
-    const char* name;
-    std::function<void()> make;
-  } kCases[] = {
-      {"link", [&] { fs::create_symlink(other, log); }},
-      {"second name", [&] { fs::create_hard_link(other, log); }},
-      {"directory", [&] { fs::create_directory(log); }},
-      {"pipe", [&] { mkfifo(log.c_str(), 0600); }},
-      {"pipe with a reader",
-       [&] {
-         mkfifo(log.c_str(), 0600);
-         reader = open(log.c_str(), O_RDONLY | O_NONBLOCK);
-       }},
+  const std::function<void()> kPlaces[] = {
+      [&] { fs::create_symlink(other, log); },
+      [&] { fs::create_hard_link(other, log); },
+      [&] { fs::create_directory(log); },
+      [&] { mkfifo(log.c_str(), 0600); },
+      [&] { reader = mkfifo(log.c_str(), 0600) + open(log.c_str(), O_RDONLY | O_NONBLOCK); },
   };
-  for (const auto& row : kCases) {
+  for (const auto& make : kPlaces) {
     fs::remove_all(root_.Resolve("/tmp"));
     fs::create_directory(root_.Resolve("/tmp"));
-    row.make();
-    EXPECT_EQ(nullptr, AddFileLogger("cs")) << row.name;
-    ASSERT_FALSE(root_.Syslog().empty()) << row.name;
+    make();
+    EXPECT_EQ(nullptr, AddFileLogger("cs"));
+    ASSERT_FALSE(root_.Syslog().empty());
     EXPECT_TRUE(std::regex_match(root_.Syslog().back(), std::regex("\\[ConfigStore:.*:\\] Failed adding log file\\.")));
     LogInit("cs");
-    EXPECT_FALSE(WouldLog(LOG_PRIORITY_ERROR)) << row.name;
+    EXPECT_FALSE(WouldLog(LOG_PRIORITY_ERROR));
   }
   close(reader);
   EXPECT_EQ("as it was", root_.Read("/etc/other"));
 
   LogInit("own");
-  struct stat made = {};
-  ASSERT_EQ(0, stat(root_.Resolve("/tmp/own.log").c_str(), &made));
-  EXPECT_EQ(0600u, made.st_mode & 0777u);
+  EXPECT_EQ(fs::perms(0600), ModeOf(root_.Resolve("/tmp/own.log")));
 }
 
 TEST_F(Logging, LinesOfManyThreadsNeverMix) {
@@ -235,17 +208,11 @@ TEST_F(Logging, AChildForkedWhileAnotherThreadLogsGoesOnLogging) {
     while (!done) Log(LOG_PRIORITY_INFO, "parent");
   });
   for (int i = 0; i < kChildren; ++i) {
-    const pid_t child = fork();
-    if (child == 0) {
-      alarm(30);  // a child that hangs ends with a signal
-      Log(LOG_PRIORITY_INFO, "child");
-      LogExit();
-      _exit(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(0, status);
-    if (status != 0) break;
+    EXPECT_EQ(0, InChild([] {
+                Log(LOG_PRIORITY_INFO, "child");
+                LogExit();
+                return 0;
+              }));
   }
   done = true;
   writer.join();

@@ -1,7 +1,5 @@
 #include "store/layer_split.h"
 
-#include <gtest/gtest.h>
-
 #include "support/test_store.h"
 
 using namespace OrvoConfigStore;
@@ -28,47 +26,38 @@ const char kNode[] = R"({"type":"object","properties":{
   "bad":{"type":"object","items":{"type":"object","properties":{}}},
   "open":{"type":"object"}}})";
 
-struct SplitCase {
-  const char* name;
-  const char* data;
-  const char* user;
-  const char* vital;
-  const char* cached;
+// clang-format off
+const struct { const char *data, *user, *vital, *cached; } kSplitCases[] = {
+    {R"({"u":"1","v":"2","c":"3"})", R"({"u":"1"})", R"({"v":"2"})", R"({"c":"3"})"},
+    {R"({"id":"i","u":"1","v":"2"})", R"({"id":"i","u":"1"})", R"({"id":"i","v":"2"})", "-"},
+    {R"({"id":"i"})", R"({"id":"i"})", "-", "-"},
+    {R"({"no":"1"})", "-", R"({"no":"1"})", "-"},  // the mark counts whatever its value
+    {R"({"o":{"u":"1","v":"2"}})", R"({"o":{"u":"1"}})", R"({"o":{"v":"2"}})", "-"},
+    {R"({"co":{"u":"1"}})", "-", "-", R"({"co":{"u":"1"}})"},
+    {R"({"l":["1"],"vl":["2"]})", R"({"l":["1"]})", R"({"vl":["2"]})", "-"},
+    {R"({"l":[]})", R"({"l":[]})", "-", "-"},
+    {R"({"a":[{"id":"x","u":"1","v":"2"},{"id":"y","u":"3"}]})", R"({"a":[{"id":"x","u":"1"},{"id":"y","u":"3"}]})",
+     R"({"a":[{"id":"x","v":"2"}]})", "-"},
+    {R"({"u":"1","a":[{"id":"y","u":"3"}]})", R"({"u":"1","a":[{"id":"y","u":"3"}]})", "-", "-"},
+    {R"({"a":[],"o":{},"co":{}})", "-", "-", R"({"co":{}})"},
+    {R"({"u":null,"o":null})", R"({"u":null,"o":null})", "-", "-"},
+    {"{}", "-", "-", "-"},
 };
+// clang-format on
 
-const SplitCase kSplitCases[] = {
-    {"EachToItsOwn", R"({"u":"1","v":"2","c":"3"})", R"({"u":"1"})", R"({"v":"2"})", R"({"c":"3"})"},
-    {"IdentifierGoesAlong", R"({"id":"i","u":"1","v":"2"})", R"({"id":"i","u":"1"})", R"({"id":"i","v":"2"})", "-"},
-    {"IdentifierAloneIsUserData", R"({"id":"i"})", R"({"id":"i"})", "-", "-"},
-    {"TheMarkCountsWhateverItsValue", R"({"no":"1"})", "-", R"({"no":"1"})", "-"},
-    {"NestedPartsFollow", R"({"o":{"u":"1","v":"2"}})", R"({"o":{"u":"1"}})", R"({"o":{"v":"2"}})", "-"},
-    {"AMarkedObjectIsWhole", R"({"co":{"u":"1"}})", "-", "-", R"({"co":{"u":"1"}})"},
-    {"ScalarListsAreUserData", R"({"l":["1"],"vl":["2"]})", R"({"l":["1"]})", R"({"vl":["2"]})", "-"},
-    {"EmptyScalarListStays", R"({"l":[]})", R"({"l":[]})", "-", "-"},
-    {"InstancesAreSplit", R"({"a":[{"id":"x","u":"1","v":"2"},{"id":"y","u":"3"}]})",
-     R"({"a":[{"id":"x","u":"1"},{"id":"y","u":"3"}]})", R"({"a":[{"id":"x","v":"2"}]})", "-"},
-    {"AnArrayLeftEmptyIsDropped", R"({"u":"1","a":[{"id":"y","u":"3"}]})", R"({"u":"1","a":[{"id":"y","u":"3"}]})", "-",
-     "-"},
-    {"EmptyArraysAndObjectsAreDropped", R"({"a":[],"o":{},"co":{}})", "-", "-", R"({"co":{}})"},
-    {"NullIsUserData", R"({"u":null,"o":null})", R"({"u":null,"o":null})", "-", "-"},
-    {"Nothing", "{}", "-", "-", "-"},
-};
-
-class LayerSplit : public testing::TestWithParam<SplitCase> {};
-
-TEST_P(LayerSplit, PrunesToEachCategory) {
+TEST(LayerSplit, PrunesToEachCategory) {
   const auto node = CreateDocumentFromString(kNode);
-  const auto data = CreateDocumentFromString(GetParam().data);
-  const auto part = [&](Category category) {
-    return Written(ExtractCategory(*data->GetJsonValuePtr(), *node->GetJsonValuePtr(), category));
-  };
-  EXPECT_EQ(GetParam().user, part(Category::User));
-  EXPECT_EQ(GetParam().vital, part(Category::Vital));
-  EXPECT_EQ(GetParam().cached, part(Category::Cached));
+  for (const auto& row : kSplitCases) {
+    SCOPED_TRACE(row.data);
+    const auto data = CreateDocumentFromString(row.data);
+    const auto part = [&](Category category) {
+      return Written(ExtractCategory(*data->GetJsonValuePtr(), *node->GetJsonValuePtr(), category));
+    };
+    EXPECT_EQ(row.user, part(Category::User));
+    EXPECT_EQ(row.vital, part(Category::Vital));
+    EXPECT_EQ(row.cached, part(Category::Cached));
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Data, LayerSplit, testing::ValuesIn(kSplitCases),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(LayerSplit, UnknownFieldsAndUnusableNodesAreRefused) {
   const auto node = CreateDocumentFromString(kNode);

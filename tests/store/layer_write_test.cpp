@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "platform/sql_format.h"
 #include "store/statements.h"
 #include "store/writing.h"
@@ -23,48 +21,40 @@ void Write(TestStore& store, const RowSql& sql, const std::vector<std::string>& 
 
 // What each composed write leaves in a row that was "A U V C D 0" (automatic,
 // user, vital, cached, desired, success), and in a row it creates.
-struct WriteCase {
-  const char* name;
-  const RowSql& sql;
-  std::vector<std::string> values;
-  const char* overStored;
-  const char* onNewRow;
+// clang-format off
+using Values = std::vector<std::string>;
+const struct { const char* name; const RowSql& sql; Values values; const char *overStored, *onNewRow; }
+kWriteCases[] = {
+    {"complete", CompleteWriteSql(), {"a", "u", "v", "c"}, "a u v c - 1", "a u v c - 1"},
+    {"user", LayerWriteSql(LayerWrite::User), {"n"}, "A n V C - 1", "- n - - - 1"},
+    {"user in an upgrade", LayerWriteSql(LayerWrite::UserInUpgrade), {"n"}, "A n V C - 0", "- n - - - 0"},
+    {"automatic", LayerWriteSql(LayerWrite::AutoConf), {"n"}, "n U V C D 0", "n - - - - 1"},
+    {"vital", LayerWriteSql(LayerWrite::Vital), {"n"}, "A U n C D 0", "- - n - - 1"},
+    {"cached", LayerWriteSql(LayerWrite::Cached), {"n"}, "A U V n D 0", "- - - n - 1"},
+    {"user by context, dropping the desired value", ContextWriteSql(ContextWrite::UserDroppingDesired), {"u", "v", "c"},
+     "A u v c - 1", "- u v c - 1"},
+    {"user by context", ContextWriteSql(ContextWrite::User), {"u", "v", "c"}, "A u v c - 0", "- u v c - 1"},
+    {"automatic by context", ContextWriteSql(ContextWrite::AutoConf), {"a", "v", "c"}, "a U v c - 0", "a - v c - 1"},
 };
+// clang-format on
 
-const WriteCase kWriteCases[] = {
-    {"CompleteOwnsAllLayers", CompleteWriteSql(), {"a", "u", "v", "c"}, "a u v c - 1", "a u v c - 1"},
-    {"UserDropsDesiredAndConfirms", LayerWriteSql(LayerWrite::User), {"n"}, "A n V C - 1", "- n - - - 1"},
-    {"UserInUpgradeStaysUnconfirmed", LayerWriteSql(LayerWrite::UserInUpgrade), {"n"}, "A n V C - 0", "- n - - - 0"},
-    {"AutoConf", LayerWriteSql(LayerWrite::AutoConf), {"n"}, "n U V C D 0", "n - - - - 1"},
-    {"Vital", LayerWriteSql(LayerWrite::Vital), {"n"}, "A U n C D 0", "- - n - - 1"},
-    {"Cached", LayerWriteSql(LayerWrite::Cached), {"n"}, "A U V n D 0", "- - - n - 1"},
-    {"ContextUserDroppingDesired",
-     ContextWriteSql(ContextWrite::UserDroppingDesired),
-     {"u", "v", "c"},
-     "A u v c - 1",
-     "- u v c - 1"},
-    {"ContextUser", ContextWriteSql(ContextWrite::User), {"u", "v", "c"}, "A u v c - 0", "- u v c - 1"},
-    {"ContextAutoConf", ContextWriteSql(ContextWrite::AutoConf), {"a", "v", "c"}, "a U v c - 0", "a - v c - 1"},
-};
-
-class LayerWriting : public testing::TestWithParam<WriteCase> {};
-
-TEST_P(LayerWriting, KeepsTheColumnsItDoesNotOwn) {
+TEST(LayerWriting, KeepsTheColumnsItDoesNotOwn) {
   TestStore store;
-  store.Run(kFullRow);
-  Write(store, GetParam().sql, GetParam().values);
-  EXPECT_EQ(GetParam().overStored, store.Layers("stack_settings"));
-  EXPECT_EQ("2001-01-01 00:00:00 1.0", store.Query("SELECT CreationTime, Version FROM Config;"));
-  EXPECT_EQ("1", store.Query("SELECT ModifiedTime > '2002-02-02' FROM Config;"));
+  for (const auto& row : kWriteCases) {
+    SCOPED_TRACE(row.name);
+    store.Run("DELETE FROM Config;");
+    store.Run(kFullRow);
+    Write(store, row.sql, row.values);
+    EXPECT_EQ(row.overStored, store.Layers("stack_settings"));
+    EXPECT_EQ("2001-01-01 00:00:00 1.0", store.Query("SELECT CreationTime, Version FROM Config;"));
+    EXPECT_EQ("1", store.Query("SELECT ModifiedTime > '2002-02-02' FROM Config;"));
 
-  store.Run("DELETE FROM Config;");
-  Write(store, GetParam().sql, GetParam().values);
-  EXPECT_EQ(GetParam().onNewRow, store.Layers("stack_settings"));
-  EXPECT_EQ("1", store.Query("SELECT CreationTime > '2002-02-02' FROM Config;"));
+    store.Run("UPDATE Config SET ConfigGroup='other';");  // of another type that has the same name
+    Write(store, row.sql, row.values);
+    EXPECT_EQ(row.overStored + std::string("; ") + row.onNewRow, store.Layers("stack_settings"));
+    EXPECT_EQ("1", store.Query("SELECT CreationTime > '2002-02-02' FROM Config WHERE ConfigGroup='ipstack';"));
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Statements, LayerWriting, testing::ValuesIn(kWriteCases),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(Writing, AnUnsetLayerIsNullAndAnyUpdateRefreshesTheTime) {
   TestStore store;
