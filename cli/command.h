@@ -34,6 +34,7 @@ const std::vector<Command>& StageCommands();
 const std::vector<Command>& ConfirmCommands();
 const std::vector<Command>& BackupCommands();
 const std::vector<Command>& UpgradeCommands();
+const std::vector<Command>& SchemaCommands();
 const std::vector<Command>& WatchCommands();
 
 }  // namespace csctl

@@ -37,9 +37,9 @@ CommandLine::CommandLine() {
   app.add_flag("-q,--quiet", session.quiet, "Print nothing but errors");
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
-  for (const auto* group :
-       {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(), &BootCommands(),
-        &StageCommands(), &ConfirmCommands(), &BackupCommands(), &UpgradeCommands(), &WatchCommands()}) {
+  for (const auto* group : {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(),
+                            &BootCommands(), &StageCommands(), &ConfirmCommands(), &BackupCommands(),
+                            &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }

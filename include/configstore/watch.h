@@ -19,8 +19,8 @@ struct ConfigChange {
 
 /// Tells which objects have changed since it was last asked.
 ///
-/// The caller polls, as often as suits it; while nothing is written that costs two
-/// system calls or so. An object has changed when any layer of its row, its desired
+/// The caller polls, as often as suits it; while nothing is written that costs a
+/// few system calls. An object has changed when any layer of its row, its desired
 /// value, its version or its confirmation is another one; rewriting what is there is
 /// no change. States between two polls may coalesce, and one that returns to what
 /// it was is not reported; the last one is never missed, also when a restore or a

@@ -3,8 +3,6 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <tuple>
 
@@ -60,12 +58,11 @@ SchemaInfo InfoOf(const SchemaRecord& record) {
 // Reads and checks one schema file; what is wrong goes to `violations`.
 SchemaRecord ReadSchemaFile(const std::string& path, std::vector<ErrorInfo>& violations) {
   SchemaRecord record;
-  std::ifstream file(path, std::ios::binary);
-  if (IsDirectory(path) || !file) {
+  std::string text;
+  if (!OrvoSchemaStore::ReadSchemaText(path, text)) {
     violations.push_back({path, "The file cannot be read."});
     return record;
   }
-  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   for (const OrvoSchemaStore::SchemaFault& fault : OrvoSchemaStore::CheckSchemaText(text, record)) {
     violations.push_back({fault.path.empty() ? path : path + "#" + fault.path, fault.text});
   }

@@ -1,6 +1,10 @@
 #include "platform/schema_check.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -151,7 +155,7 @@ class Checker {
     if (const JsonValue* properties = Keyword(node, "properties")) {
       for (const auto& property : properties->GetObject()) {
         const std::string child(TextOf(property.name));
-        CheckNode(property.value, path + "/properties/" + child, child);
+        CheckNode(property.value, path + "/properties/" + PointerToken(child), child);
       }
     }
   }
@@ -205,7 +209,7 @@ class Checker {
     const JsonValue* properties = Keyword(items, "properties");
     const JsonValue* identifier =
         properties == nullptr || !properties->IsObject() ? nullptr : Keyword(*properties, idKey.c_str());
-    const std::string where = path + "/properties/" + idKey;
+    const std::string where = path + "/properties/" + PointerToken(idKey);
     if (identifier == nullptr || !identifier->IsObject()) return Report(where, "The identifier is not described.");
     if (!IsText(Keyword(*identifier, "type"), "string")) Report(where, "The identifier must be a string.");
     if (!IsTrue(Keyword(*identifier, "instanceId")) && !IsTrue(Keyword(*identifier, "instanceID"))) {
@@ -266,6 +270,20 @@ std::vector<SchemaFault> CheckSchemaText(const std::string& text, SchemaRecord& 
   record.schema.clear();
   if (faults.empty() && !WriteJson(*schema, record.schema)) faults.push_back({"/schema", "Cannot be stored."});
   return faults;
+}
+
+bool ReadSchemaText(const std::string& path, std::string& text) {
+  struct stat status {};
+  std::ifstream file(path, std::ios::binary);
+  if (!file || stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return false;
+  text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  return !file.bad();
+}
+
+std::string PointerToken(std::string_view name) {
+  std::string token;
+  for (const char c : name) token += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
+  return token;
 }
 
 }  // namespace OrvoSchemaStore

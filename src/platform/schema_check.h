@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/schema_store.h"
@@ -29,6 +30,12 @@ struct SchemaFault {
 /// Reads the text of a schema file into `record` and checks it. An empty result
 /// means that the record may be registered.
 std::vector<SchemaFault> CheckSchemaText(const std::string& text, SchemaRecord& record);
+
+/// Reads the file at `path`; false when it is none or cannot be read.
+bool ReadSchemaText(const std::string& path, std::string& text);
+
+/// Returns a member's name as a step of a JSON pointer: "/" and "~" are escaped.
+std::string PointerToken(std::string_view name);
 
 /// The longest part of an identifier that can be stored, in bytes.
 constexpr size_t kMaxIdentifierBytes = 255;

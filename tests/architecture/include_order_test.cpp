@@ -35,7 +35,7 @@ const std::map<std::string, std::string> kHeaderLayer = {
     {"filter_spec.h", "objects"},   {"context.h", "objects"},     {"validation.h", "validation"},
     {"config_store.h", "api"},      {"boot_state.h", "api"},      {"host.h", "api"},
     {"inspect.h", "api"},           {"watch.h", "api"},           {"lifecycle.h", "lifecycle"},
-    {"documents.h", "documents"},   {"configstore.h", "top"},
+    {"documents.h", "documents"},   {"configstore.h", "top"},     {"schema_tools.h", "api"},
 };
 
 const fs::path kSource = CONFIGSTORE_SOURCE_DIR;
