@@ -13,14 +13,8 @@ TEST(StoreHandle, IsEmptyWithoutAStoreAndRefusesNamespaces) {
   EXPECT_EQ(nullptr, ConfigStore::GetStore(""));
   EXPECT_EQ("2000 Invalid value for namespace.", Thrown([] { ConfigStore::GetStore("system"); }));
   EXPECT_EQ(nullptr, GetConn());
+  EXPECT_THROW(ConfigStoreImpl(nullptr).GetThis(), std::bad_weak_ptr);
   EXPECT_EQ("2000 Failed to connect to database", Thrown([] { GetDBStore(DBStore::TYPE_STORE, true); }));
-}
-
-TEST(StoreHandle, KnowsThePointerThatOwnsIt) {
-  const auto owned = std::make_shared<ConfigStoreImpl>(nullptr);
-  EXPECT_EQ(owned, owned->GetThis());
-  ConfigStoreImpl unowned(nullptr);
-  EXPECT_THROW(unowned.GetThis(), std::bad_weak_ptr);
 }
 
 void Insert(TestStore& store, const std::string& method) {
@@ -67,17 +61,6 @@ TEST(StoreHandle, TransactionFailuresAreResultsOrExceptionsAsTheyAreNamed) {
   EXPECT_EQ("2000 Failed to start a transaction.", Thrown([&] { ConfigStoreTransaction guard(store.store); }));
   store.Run("ROLLBACK;");
   EXPECT_EQ("", Thrown([&] { ConfigStoreTransaction(store.store).Commit(); }));
-}
-
-TEST(StoreHandle, CallsAreLogged) {
-  TestStore store;
-  LogCapture log(store.Root());
-  store->BeginTransaction();
-  store->CommitTransaction();
-  store->CancelTransaction();
-  EXPECT_EQ(
-      (std::vector<std::string>{"BeginTransaction invoked", "CommitTransaction invoked", "CancelTransaction invoked."}),
-      log.Lines());
 }
 
 TEST(StoreHandle, WorksInAForkedChildAndInTheParentAfterwards) {

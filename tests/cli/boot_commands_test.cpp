@@ -37,6 +37,7 @@ std::string InDocument(const std::string& clock) {
 
 }  // namespace
 
+// clang-format off
 const Case kBootCases[] = {
     {"Load", {"load"}, "", 0, {"csctl boot end"}},
     {"LoadHelpSaysWhatBootLoses", {"load", "--help"}, "", 0, {"REMOVES the store file", "restores the last", "lost"}},
@@ -55,16 +56,11 @@ const Case kBootCases[] = {
     {"StageBesideComponents", {"stage", "set"}, R"({"components":{},"x":1})", 3, {"/x is no registered type"}},
     {"StageScalar", {"stage", "set"}, R"({"components":{"netd":7}})", 3, {"/components/netd is no JSON object"}},
     {"StageUnknownType", {"stage", "set"}, R"({"components":{"netd":{"ipstack":{"q\"":{}}}}})", 3, {"/ipstack/q\\"}},
-    {"StageSingletonTwice",
-     {"stage", "set"},
-     R"({"components":{"clockd":{"sync":{"time_source":{"method":"ptp"},"time_source":{}}}}})",
-     3,
+    {"StageSingletonTwice", {"stage", "set"},
+     R"({"components":{"clockd":{"sync":{"time_source":{"method":"ptp"},"time_source":{}}}}})", 3,
      {"/clockd/sync/time_source is no registered type, or is there twice"}},
     {"StageArrayOfSingleton", {"stage", "set"}, InDocument("[]"), 3, {kClock + " takes one object"}},
-    {"StageObjectOfInstances",
-     {"stage", "set"},
-     R"({"components":{"accessd":{"local":{"user_account":{}}}}})",
-     3,
+    {"StageObjectOfInstances", {"stage", "set"}, R"({"components":{"accessd":{"local":{"user_account":{}}}}})", 3,
      {kUser + " takes an array of instances"}},
     {"StageInvalid", {"stage", "set"}, InDocument(R"({"method":5})"), 3, {"/method: INCORRECT TYPE"}},
     {"StageNoFile", {"stage", "set", "-f", "/no/such/file"}, "", 2, {"/no/such/file"}},
@@ -79,15 +75,9 @@ const Case kBootCases[] = {
     {"ConfirmPartNotJson", {"confirm", kClock, "--part", "-"}, "{", 3, {"standard input"}},
     {"ConfirmPartInvalid", {"confirm", kClock, "--part", "-"}, R"({"method":5})", 3, {"/method"}},
     {"ConfirmPartWithoutObject", {"confirm", "--part", "-"}, "{}", 2, {"requires ID"}},
-    {"Status",
-     {"status"},
-     "",
-     0,
+    {"Status", {"status"}, "", 0,
      {"boot phase           no\n", "unconfirmed objects  0\n", "backup               none"}},
-    {"StatusInJson",
-     {"status", "--json"},
-     "",
-     0,
+    {"StatusInJson", {"status", "--json"}, "", 0,
      {R"({"boot":false,"mode":"normal","staged":0,"desired":0,"unconfirmed":0,"backup":null})"}},
     {"Backup", {"backup", "--verify"}, "", 0, {"backed up to " + kBackup + ", consistent"}},
     {"BackupElsewhere", {"backup", "/tmp/copy"}, "", 0, {"backed up to /tmp/copy\n"}},
@@ -109,6 +99,7 @@ const Case kBootCases[] = {
     {"UpgradeStatusUnknown", {"upgrade", "status", "lib'x"}, "", 4, {"lib'x: no run of this upgrade library"}},
     {"Ramdisk", {"ramdisk"}, "", 0, {"csctl load --boot"}},
 };
+// clang-format on
 
 class OnABootHost : public BootHost {};
 TEST_P(OnABootHost, EndsAsDocumented) {
@@ -118,6 +109,7 @@ INSTANTIATE_TEST_SUITE_P(Csctl, OnABootHost, testing::ValuesIn(kBootCases), Case
 
 // Commands that would make a store by looking for one, or fail unexplained.
 class WithoutAStore : public EmptyHost {};
+// clang-format off
 const Case kWithoutAStoreCases[] = {
     {"Status", {"status"}, "", 7, {"csctl init"}},
     {"BootStatus", {"boot", "status"}, "", 7, {"csctl init"}},
@@ -131,6 +123,7 @@ const Case kWithoutAStoreCases[] = {
     {"DefaultsLoad", {"defaults", "load"}, "", 7, {"csctl init"}},
     {"UpgradeStatus", {"upgrade", "status", "lib"}, "", 7, {"csctl init"}},
 };
+// clang-format on
 TEST_P(WithoutAStore, SaysSo) {
   Expect(GetParam(), Run(GetParam().arguments, GetParam().input));
   EXPECT_FALSE(fs::exists(root_.Resolve("/etc/halden/configstore/current-store-1")));

@@ -6,6 +6,7 @@
 #include "configstore/boot_state.h"
 #include "configstore/config_store.h"
 
+// clang-format off
 const Case kEmptyHostCases[] = {
     {"InitCreates", {"init"}, "", 0, {"has been created"}},
     {"InitSaysSoInJson", {"init", "--json"}, "", 0, {"{\"created\":true}\n"}},
@@ -33,6 +34,7 @@ const Case kEmptyHostCases[] = {
     {"EscapeOfNul", {"get", "a/b/c@%00"}, "", 2, {"other than 00"}},
     {"FieldWhereNoneIsTaken", {"get", "a/b/c@d#/e"}, "", 2, {"takes no field"}},
 };
+// clang-format on
 
 class OnAnEmptyHost : public EmptyHost {};
 TEST_P(OnAnEmptyHost, EndsAsDocumented) {
@@ -40,23 +42,15 @@ TEST_P(OnAnEmptyHost, EndsAsDocumented) {
 }
 INSTANTIATE_TEST_SUITE_P(Csctl, OnAnEmptyHost, testing::ValuesIn(kEmptyHostCases), CaseName);
 
+// clang-format off
 const Case kStockedHostCases[] = {
     {"InitKeeps", {"init"}, "", 0, {"was there already"}},
     {"Types", {"types"}, "", 0, {kUser + "   1.0      instances, named by the store", kNetd + "  1.0      single"}},
-    {"TypesInJson",
-     {"--json", "types"},
-     "",
-     0,
+    {"TypesInJson", {"--json", "types"}, "", 0,
      {"[{\"type\":\"" + kUser + "\",\"version\":\"1.0\",\"singleton\":false,\"generatedId\":true,"}},
-    {"GetForPeople",
-     {"get", kNetd},
-     "",
-     0,
+    {"GetForPeople", {"get", kNetd}, "", 0,
      {"\n  \"hostname\": \"node7\"", "\n    \"router_id\": 4294967297", "0000:03:00.0"}},
-    {"GetInJson",
-     {"get", kNetd, "--json"},
-     "",
-     0,
+    {"GetInJson", {"get", kNetd, "--json"}, "", 0,
      {"\"hw_address\":\"02:00:5e:10:00:01\"", "\"learned_domain\":\"lab.example\""}},
     {"GetQuietlyTellsByTheExitCode", {"-q", "get", kNetd}, "", 0, {}},
     {"GetWithoutObject", {"get", "clockd/sync/time_source"}, "", 4, {"no such object"}},
@@ -64,10 +58,7 @@ const Case kStockedHostCases[] = {
     {"GetOfUnknownType", {"get", "a/b/c"}, "", 4, {"Schema not found", "csctl types"}},
     {"GetSingletonInstance", {"get", kNetd + "@eth0"}, "", 3, {"Singleton object cannot contain instanceId"}},
     {"GetTypeWithInstances", {"get", kUser}, "", 3, {"should contain instanceId", "COMPONENT/GROUP/KEY@INSTANCE"}},
-    {"SetFromStandardInput",
-     {"set", "clockd/sync/time_source", "-f", "-"},
-     R"({"method":"manual"})",
-     0,
+    {"SetFromStandardInput", {"set", "clockd/sync/time_source", "-f", "-"}, R"({"method":"manual"})", 0,
      {"stored clockd/sync/time_source"}},
     {"SetNotJson", {"set", kNetd}, "{\"hostname\":", 3, {"standard input: Failed to parse JSON String"}},
     {"SetNoObject", {"set", kNetd}, "[]", 3, {"should be  an object"}},
@@ -76,44 +67,25 @@ const Case kStockedHostCases[] = {
     {"SetFromDirectory", {"set", kNetd, "-f", "/"}, "", 2, {"Is a directory"}},
     {"SetOfUnknownType", {"set", "a/b/c"}, "{}", 4, {"Schema not found"}},
     {"SetAsNobody", {"set", kNetd, "--as", "root"}, "{}", 2, {"--as"}},
-    {"SetListsEveryViolation",
-     {"set", kNetd, "-f", Object("stack_settings_refused")},
-     "",
-     3,
+    {"SetListsEveryViolation", {"set", kNetd, "-f", Object("stack_settings_refused")}, "", 3,
      {"/hostname", "/mtu", "/routing/mode", "/routing/metric_scale", "enabled", "colour", "next: "}},
-    {"SetListsThemInJson",
-     {"set", kNetd, "--json"},
-     R"({"hostname":"n","hw_address":"02:00:5e:10:00:01","mtu":1})",
-     3,
+    {"SetListsThemInJson", {"set", kNetd, "--json"}, R"({"hostname":"n","hw_address":"02:00:5e:10:00:01","mtu":1})", 3,
      {"{\"error\":{\"exit\":3,\"code\":1089,\"message\":", "\"where\":\"" + kNetd + "\"",
-      "\"violations\":[{\"field\":\"/mtu\",\"error\":\""}},
-    {"VerboseAddsTheLibrarysWords",
-     {"-v", "get", "a/b/c"},
-     "",
-     4,
+     "\"violations\":[{\"field\":\"/mtu\",\"error\":\""}},
+    {"VerboseAddsTheLibrarysWords", {"-v", "get", "a/b/c"}, "", 4,
      {"  | Error Code: 2000\n  | Message: Schema not found"}},
     {"NewOnSingleton", {"set", kNetd, "--new"}, "{}", 2, {"names no instances"}},
     {"NewWithInstance", {"set", kUser + "@x", "--new"}, "{}", 2, {"--new"}},
     {"NewOfUnknownType", {"set", "a/b/c", "--new"}, "{}", 4, {"Schema not found"}},
-    {"LayersForPeople",
-     {"layers", kNetd},
-     "",
-     0,
-     {kNetd + ", version 1.0\ncreated 2", "\nvital: {\n  \"hw_address\"", "\nauto: -\nuser: {\n  \"hostname\"",
-      "\ndesired: -\n"}},
-    {"LayersInJson",
-     {"layers", kNetd, "--json"},
-     "",
-     0,
+    {"LayersForPeople", {"layers", kNetd}, "", 0, {kNetd + ", version 1.0\ncreated 2", "\nvital: {\n  \"hw_address\"",
+     "\nauto: -\nuser: {\n  \"hostname\"", "\ndesired: -\n"}},
+    {"LayersInJson", {"layers", kNetd, "--json"}, "", 0,
      {"\"confirmed\":true,", "\"cached\":{\"learned_domain\":\"lab.example\",", "\"auto\":null,",
-      "\"desired\":null}}\n"}},
+     "\"desired\":null}}\n"}},
     {"LayersWithoutObject", {"layers", kUser + "@nobody"}, "", 4, {"no such object"}},
     {"DeleteTells", {"delete", kUser + "@dora"}, "", 0, {"deleted " + kUser + "@dora\n"}},
     {"DeleteWithoutObject", {"delete", kUser + "@nobody"}, "", 4, {"no such object"}},
-    {"SchemaAddMissingFile",
-     {"schema", "add", Schema("netd", "stack_settings"), "/no/such/file"},
-     "",
-     2,
+    {"SchemaAddMissingFile", {"schema", "add", Schema("netd", "stack_settings"), "/no/such/file"}, "", 2,
      {"/no/such/file"}},
     {"SchemaAddNoSchema", {"schema", "add", Object("time_source")}, "", 3, {"time_source.json"}},
     {"ListAll", {"ls"}, "", 0, {kUser + "@dora\n" + kNetd + "\n"}},
@@ -131,10 +103,7 @@ const Case kStockedHostCases[] = {
     {"ReplaceAll", {"replace", kUser}, "[{\"login\":\"a\",\"uid\":1},{\"login\":\"b\",\"uid\":2}]", 0, {"2 instances"}},
     {"ReplaceNoArray", {"replace", kUser}, "{}", 3, {"should be an array of objects"}},
     {"ReplaceByNothing", {"replace", kUser}, "[]", 3, {"the array is empty", "--all"}},
-    {"ReplaceInvalid",
-     {"replace", kUser},
-     "[{\"login\":\"a\",\"uid\":-1}]",
-     3,
+    {"ReplaceInvalid", {"replace", kUser}, "[{\"login\":\"a\",\"uid\":-1}]", 3,
      {"/uid: Integer value below minimum: 0"}},
     {"ReplaceUnnamed", {"replace", kUser}, "[{\"cs_generated_id\":1}]", 3, {"must name its instance"}},
     {"ReplaceInstance", {"replace", kUser + "@dora"}, "[]", 2, {"without \"@INSTANCE\""}},
@@ -142,14 +111,12 @@ const Case kStockedHostCases[] = {
     {"DeleteAll", {"delete", kUser, "--all", "--yes"}, "", 0, {"1 objects"}},
     {"DefaultOfNone", {"get", "clockd/sync/time_source", "--default"}, "", 4, {"no default object"}},
     {"DescribeField", {"describe", kNetd + "#/mtu"}, "", 0, {"integer  user      from 576 to 9000; default 1500"}},
-    {"DescribeInJson",
-     {"describe", kNetd + "#/mtu", "--json"},
-     "",
-     0,
+    {"DescribeInJson", {"describe", kNetd + "#/mtu", "--json"}, "", 0,
      {"\"rules\":[\"from 576 to 9000\"],\"default\":1500"}},
     {"DescribeNoSuchField", {"describe", kNetd + "#/m"}, "", 4, {"the type has no such field"}},
     {"RootThatIsNone", {"--root", "/no/such/directory", "types"}, "", 2, {"/no/such/directory"}},
 };
+// clang-format on
 
 class OnAStockedHost : public StockedHost {};
 TEST_F(OnAStockedHost, FindSaysNoWhenNothingMatches) {

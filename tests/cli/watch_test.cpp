@@ -23,25 +23,21 @@ struct WatchCase {
 };
 
 // Each ends by itself, with 0.
+// clang-format off
 const WatchCase kWatchCases[] = {
     {"Text", {"--count", "1"}, Sink::kFile, kChanged, ""},
     {"Json", {kNetd, "--count", "1", "--json"}, Sink::kFile, R"({"change":"changed","id":")" + kNetd + "\"}\n", ""},
     {"Prefix", {"accessd", "netd/ipstack", "--count", "1", "-q"}, Sink::kFile, "", ""},
-    {"Exec",
-     {"--count", "1", "--exec", "echo $CSCTL_CHANGE for"},
-     Sink::kFile,
-     kChanged + "changed for " + kNetd + "\n",
-     ""},
-    {"ExecThatFails",
-     {"--count", "1", "--exec", "exit 3;"},
-     Sink::kFile,
-     kChanged,
+    {"Exec", {"--count", "1", "--exec", "echo $CSCTL_CHANGE for"}, Sink::kFile,
+     kChanged + "changed for " + kNetd + "\n", ""},
+    {"ExecThatFails", {"--count", "1", "--exec", "exit 3;"}, Sink::kFile, kChanged,
      "csctl: " + kNetd + ": the command ended with 3\n"},
     {"SigtermEndsIt", {"--exec", "kill -TERM $PPID;:"}, Sink::kFile, kChanged, ""},
     {"SigintEndsIt", {"--exec", "kill -INT $PPID;:"}, Sink::kFile, kChanged, ""},
     {"SigtermReachesTheCommand", {"--exec", "kill -TERM $PPID; exec sleep 1000 #"}, Sink::kFile, kChanged, ""},
     {"NoReaderEndsIt", {}, Sink::kClosedPipe, "", ""},
 };
+// clang-format on
 
 class Watch : public StockedHost {
  protected:
@@ -65,15 +61,14 @@ class Watch : public StockedHost {
   }
 };
 
+// clang-format off
 const Case kRefusedCases[] = {
-    {"UnknownType",
-     {"watch", kNetd, "netd/ipstack/stack_setting"},
-     "",
-     4,
+    {"UnknownType", {"watch", kNetd, "netd/ipstack/stack_setting"}, "", 4,
      {"netd/ipstack/stack_setting: ", "csctl types"}},
     {"NoName", {"watch", "netd/"}, "", 2, {"empty"}},
     {"NoInterval", {"watch", "--interval", "0"}, "", 2, {"--interval"}},
 };
+// clang-format on
 
 }  // namespace
 

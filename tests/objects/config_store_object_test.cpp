@@ -113,6 +113,8 @@ TEST(ConfigStoreObject, CarriesItsInstanceWhereTheSchemaSaysAndDoesNotShowIt) {
   EXPECT_EQ(1, account.GetValue("cs_generated_id", &id));
   EXPECT_EQ("u1", id);
   EXPECT_EQ("{}", account.GetData());
+  const char kTwice[] = R"({"cs_generated_id":"a","cs_generated_id":"b"})";
+  EXPECT_EQ("{}", ConfigStore::CreateObject(UserAccount("u1"), kTwice)->GetData());
   EXPECT_EQ("1.0", account.GetVersion());
   EXPECT_EQ(R"({"user_account":"cs_generated_id","authorized_key":"label"})", account.GetIdMapStr());
   EXPECT_EQ("1.0", ConfigStore::CreateObject(UserAccount("u2"), "{}")->GetVersion());

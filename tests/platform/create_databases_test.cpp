@@ -24,9 +24,8 @@ TEST(CreateDatabases, MakesBothFilesForTheirOwnerAlone) {
             RowsOf(host.Connect(), kAllNames));
   EXPECT_EQ("ConfigSchema", RowsOf(GetConnection(TYPE_SCHEMA_STORE), kAllNames));
   EXPECT_EQ("delete", RowsOf(GetConnection(TYPE_SCHEMA_STORE), "PRAGMA journal_mode"));
-  for (const char* file : {HaldenLib::kStoreFile, HaldenLib::kSchemaStoreFile}) {
-    EXPECT_EQ(fs::perms(0600), ModeOf(host.root.Resolve(file)));
-  }
+  EXPECT_EQ(fs::perms(0600), ModeOf(host.root.Resolve(kStore)));
+  EXPECT_EQ(fs::perms(0600), ModeOf(host.root.Resolve(HaldenLib::kSchemaStoreFile)));
   EXPECT_EQ(fs::perms(0700), ModeOf(host.root.Resolve(HaldenLib::kStoreDirectory)));
 }
 

@@ -18,9 +18,6 @@ namespace {
 class HostLog : public testing::Test {
  protected:
   ~HostLog() override { Log_Exit(); }
-  bool Has(const std::string& file, const std::string& words) const {
-    return root_.Read(file).find(words) != std::string::npos;
-  }
 
   const TempRoot root_;
   const Dictionary file_ = {{"log.fileName", "/tmp/x.log"}};
@@ -59,29 +56,6 @@ TEST_F(HostLog, SyslogGetsOneMessageForALineOnceItIsThere) {
   output->Write(130, std::string(20000, 'x') + "\n");
   EXPECT_EQ("<15>" + process + std::string(8192, 'x'), service.Receive());
   EXPECT_EQ(nullptr, OpenSyslogSocket(std::string(200, '/'), "cs", 130));
-}
-
-TEST_F(HostLog, AnOutputCanBeReplaced) {
-  LogOutput* const first = Log_NewFileOutput("x", file_);
-  ASSERT_TRUE(Log_AddOutput(first));
-  LogLine(LOG_LEVEL_TRACE, "one\n");
-  Log_ReplaceOutput(first, Log_NewFileOutput("y", {{"log.fileName", "/tmp/y.log"}, {"log.logMinLevel", "110"}}), 0);
-  LogLine(LOG_LEVEL_ERROR, "two");
-  EXPECT_FALSE(Log_WouldWrite(LOG_LEVEL_WARNING));
-  EXPECT_TRUE(Has("/tmp/x.log", ":] one\n"));
-  EXPECT_FALSE(Has("/tmp/x.log", "two"));
-  EXPECT_TRUE(Has("/tmp/y.log", ":] two\n"));
-  EXPECT_FALSE(Log_AddOutput(nullptr));
-}
-
-TEST_F(HostLog, StandardErrorTakesItsLevels) {
-  testing::internal::CaptureStderr();
-  Log_SetStderrLevel(LOG_LEVEL_WARNING);
-  LogLine(LOG_LEVEL_WARNING, "seen");
-  LogLine(LOG_LEVEL_INFO, "not seen");
-  Log_SetStderrLevel(-1);
-  LogLine(LOG_LEVEL_ERROR, "nor this");
-  EXPECT_EQ(Log_Prefix() + "seen\n", testing::internal::GetCapturedStderr());
 }
 
 TEST_F(HostLog, WhatDoesNotFitIsDroppedErrnoKeptAndAnInitThatFailsChangesNothing) {

@@ -3,7 +3,6 @@
 #include <regex>
 #include <set>
 
-#include "platform/config_upgrade.h"
 #include "platform/host_settings.h"
 #include "platform/host_util.h"
 #include "support/test_store.h"
@@ -55,7 +54,6 @@ TEST(Preferences, AreTheLinesOfTheirFile) {
     EXPECT_EQ(row.number, Preference_GetLong(row.key, 0)) << row.key;
   }
   Preference_Exit();
-  EXPECT_EQ(5, Preference_GetLong("a", 5));
 }
 
 TEST(Features, AreOnUnlessSwitchedOff) {
@@ -70,19 +68,6 @@ TEST(Features, AreOnUnlessSwitchedOff) {
   EXPECT_FALSE(FeatureState_IsEnabled(kFeatureRestore));
   const TempRoot otherHost;
   EXPECT_TRUE(FeatureState_IsEnabled(kFeatureRestore));
-}
-
-TEST(UpgradeLibrary, IsTheInnermostScopes) {
-  using namespace OrvoConfigUpgrade;
-  const ScopedUpgradeLibrary outer({[] { return true; }, [] { return false; }, nullptr});
-  {
-    const ScopedUpgradeLibrary inner({{}, [] { return true; }, {}});
-    EXPECT_FALSE(IsUpgrade());
-    EXPECT_TRUE(GetUpgradeRunner());
-  }
-  EXPECT_TRUE(IsUpgrade());
-  EXPECT_FALSE(GetUpgradeRunner());
-  UpgradeConfig(true, {"nobody hears"}, true);
 }
 
 std::string Encode(const std::string& data) {
@@ -130,10 +115,12 @@ TEST(Uuid, IsRandomOfVersionFour) {
   }
 }
 
-TEST(Backtrace, IsWrittenFrameByFrameIntoAnyBuffer) {
-  FastBacktrace backtrace;
+TEST(Backtrace, LeavesOutInnermostFramesAndIsWrittenIntoAnyBuffer) {
+  FastBacktrace backtrace, outer;
   CoreDump_CaptureFastBacktrace(&backtrace, 0, 1000);
+  CoreDump_CaptureFastBacktrace(&outer, 2, 3);
   EXPECT_LE(backtrace.count, FastBacktrace::kMost);
+  EXPECT_TRUE(outer.count == 3 && std::equal(outer.frames, outer.frames + 3, backtrace.frames + 2));
   backtrace.frames[0] = nullptr;  // in no module
   const std::regex frames("\\?( [^ ]+\\+0x[0-9a-f]+)*");
   char whole[1100];

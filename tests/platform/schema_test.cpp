@@ -122,15 +122,28 @@ TEST(SchemaStore, AChangeByAnotherProcessIsSeenByTheNextLookUp) {
   }
 }
 
-TEST(SchemaStore, SchemasAreKeptWhileNothingChanges) {
+TEST(SchemaStore, WritesAllOrNothing) {
+  TestStore store;
+  const auto connection = DBStore::GetConnection(DBStore::TYPE_SCHEMA_STORE);
+  const std::string all = "SELECT * FROM ConfigSchema";
+  const std::string before = RowsOf(connection, all);
+  EXPECT_EQ("", RowsOf(connection,
+                       "CREATE TRIGGER fault BEFORE INSERT ON ConfigSchema WHEN NEW.Name='z' BEGIN SELECT "
+                       "RAISE(ABORT, 'fault'); END;"));
+  const auto record = [](const char* key) {
+    return OrvoSchemaStore::SchemaRecord{"", "c", "g", key, "1", "{}", false};
+  };
+  EXPECT_EQ("2000 Failed to write the schema store.", Thrown([&] {
+              OrvoSchemaStore::SchemaStore::GetStore()->SetSchema({record("a"), record("z")}, {""});
+            }));
+  EXPECT_EQ(before, RowsOf(connection, all));
+}
+
+TEST(SchemaStore, KeepsSchemasWhileNothingChangesAndNamesCannotBecomeStatements) {
   TestStore store;
   usleep(30000);  // until the file's time tells its states apart
   store.Schema(kStackSettings);
   EXPECT_EQ(store.Schema(kStackSettings), store.Schema(kStackSettings));
-}
-
-TEST(SchemaStore, NamesCannotBecomeStatements) {
-  TestStore store;
   EXPECT_EQ(nullptr, store.Schema(ConfigStoreObjectId("x' or '1'='1", "ipstack", "netd")));
   EXPECT_EQ("2000 A name cannot hold a NUL byte.",
             Thrown([&] { store.Schema(ConfigStoreObjectId(std::string("a\0b", 3), "g", "c")); }));

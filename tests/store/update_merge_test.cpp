@@ -78,7 +78,7 @@ TEST(UpdateMerge, ManyMembersAndInstancesMergeAsFewDo) {
     changes += (i == 0 ? "" : ",") + std::string("{\"id\":\"") + n + "\",\"x\":1}";
   }
   target += "\"a\":[" + elements + "]}";
-  update += "\"a\":[" + changes + ",{\"id\":\"new\"}],\"m1\":1,\"m2\":7}";
+  update += "\"a\":[" + changes + ",{\"id\":\"new\"},{\"id\":\"new\",\"x\":1}],\"m1\":1,\"m2\":7,\"m2\":8}";
   std::shared_ptr<ConfigStoreObject> merged = Object(target);
   UpdateConfigInternal(Object(update), merged, nullptr);
 
@@ -86,7 +86,7 @@ TEST(UpdateMerge, ManyMembersAndInstancesMergeAsFewDo) {
   for (int i = 1; i < 200; ++i) {
     if (i % 3 != 0 && i != 2) kept += ",\"m" + std::to_string(i) + "\":" + std::to_string(i);
   }
-  EXPECT_EQ(kept + ",\"a\":[" + changes + ",{\"id\":\"new\"}]" + moved + ",\"m2\":7}", merged->GetData());
+  EXPECT_EQ(kept + ",\"a\":[" + changes + ",{\"id\":\"new\",\"x\":1}]" + moved + ",\"m2\":8}", merged->GetData());
 }
 
 }  // namespace

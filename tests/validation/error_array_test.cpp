@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "validation/validation_case.h"
 #include "validation/validator.h"
 
@@ -85,32 +87,21 @@ TEST(ErrorArray, IsLoggedWithoutTheValues) {
   EXPECT_EQ(0u, log.Lines().at(2).find("A pattern of the schema cannot be used: "));
 }
 
-const char kHost[] =
-    "{'type':'object','properties':{'cs_generated_id':{'type':'string'},'l':{'type':'array','items':{"
-    "'type':'object','properties':{'cs_generated_id':{'type':'string'}}}},'o':{'type':'object'}}}";
-
 TEST(GeneratedIds, AreAssignedWhereTheSchemaHasThem) {
-  const auto schema = CreateDocumentFromString(Quoted(kHost));
-  const auto data = CreateDocumentFromString(Quoted("{'l':[{},{'cs_generated_id':'kept'},{}],'o':{}}"));
-  const auto errors = CreateDocument();
-  ValidateJsonInternal(*schema->document, *data->document, *errors->document, {CHECK_REQUIRED});
-  EXPECT_EQ(2u, data->document->MemberCount());
-  ValidateJsonInternal(*schema->document, *data->document, *errors->document, {CHECK_ASSIGN_GENERATED_ID});
-  EXPECT_EQ("", Text(*errors->document));
-  const JsonValue& elements = (*data->document)["l"];
-  EXPECT_EQ(36u, (*data->document)["cs_generated_id"].GetStringLength());
-  EXPECT_EQ(36u, elements[0]["cs_generated_id"].GetStringLength());
-  EXPECT_STREQ("kept", elements[1]["cs_generated_id"].GetString());
-  EXPECT_EQ(1u, elements[1].MemberCount());
-  EXPECT_NE(elements[0]["cs_generated_id"], elements[2]["cs_generated_id"]);
-  EXPECT_TRUE((*data->document)["o"].ObjectEmpty());
-}
-
-TEST(GeneratedIds, AreAssignedBeforeRequiredMembersAreLookedFor) {
-  const char schema[] =
-      "{'type':'object','required':['cs_generated_id'],'properties':{'cs_generated_id':{'type':'string'}}}";
-  EXPECT_EQ("", Violations(schema, "{}", {CHECK_REQUIRED, CHECK_ASSIGN_GENERATED_ID}));
-  EXPECT_EQ("", Violations(schema, "{'cs_generated_id':null}", {CHECK_REQUIRED, CHECK_ASSIGN_GENERATED_ID}));
+  const auto schema = CreateDocumentFromString(
+      Quoted("{'type':'object','properties':{'cs_generated_id':{'type':'string'},'l':{'type':'array','items':{"
+             "'type':'object','properties':{'cs_generated_id':{'type':'string'}}}},'o':{'type':'object'}}}"));
+  const auto data = CreateDocumentFromString(Quoted("{'l':[{},{'cs_generated_id':'kept'}],'o':{}}"));
+  const auto assign = [&](int check) {
+    const auto errors = CreateDocument();
+    ValidateJsonInternal(*schema->document, *data->document, *errors->document, {check});
+    std::string text;
+    SerializeValue(*data->GetJsonValuePtr(), text);
+    return std::regex_replace(text, std::regex("[0-9a-f-]{36}"), "NEW");
+  };
+  EXPECT_EQ(Quoted("{'l':[{},{'cs_generated_id':'kept'}],'o':{}}"), assign(CHECK_REQUIRED));
+  EXPECT_EQ(Quoted("{'l':[{'cs_generated_id':'NEW'},{'cs_generated_id':'kept'}],'o':{},'cs_generated_id':'NEW'}"),
+            assign(CHECK_ASSIGN_GENERATED_ID));
 }
 
 TEST(ValidateNodeInLongForm, StartsAtTheGivenPlace) {
@@ -131,13 +122,4 @@ TEST(ValidateNodeInLongForm, StartsAtTheGivenPlace) {
   EXPECT_EQ("not /at/x: Object does not follow UnionTag condition", node({}, {8}, {}, false));
   EXPECT_EQ("not /at/r: property is not vital; /at/x: property is not vital; /at/z: property is not vital",
             node({}, {5}, {}, false));
-}
-
-TEST(LargeData, FindsTheOneDuplicate) {
-  std::string elements;
-  for (int i = 0; i < 100000; ++i) elements += "{'i':'" + std::to_string(i) + "'},";
-  EXPECT_EQ(": Duplicate instanceIds: 99998",
-            Violations("{'type':'array','instanceId':'i','items':{'type':'object','properties':{"
-                       "'i':{'type':'string'}}}}",
-                       "[" + elements + "{'i':'99998'}]", {}));
 }

@@ -56,6 +56,8 @@ const ValidationCase kRequiredCases[] = {
      ": Required property missing: none; : Required property missing: unmarked"},
     {"{'type':'object','required':['a']}", "{'a':null}", {}, ""},
     {"{'type':'object','required':null}", "{}", {}, ""},
+    {"{'type':'object','required':['cs_generated_id'],'properties':{'cs_generated_id':{'type':'string'}}}", "{}",
+     {CHECK_REQUIRED, CHECK_ASSIGN_GENERATED_ID}, ""},  // it is assigned first
     {"{'type':'object','properties':{'o':{'type':'object','required':['a']}}}", "{'o':{}}", {},
      "/o: Required property missing: a"},
     {"{'type':'object','required':'a'}", "{'a':1}", {}, "2000 Invalid JSON"},

@@ -1,10 +1,35 @@
 #include "configstore/errors.h"
 
+#include "errors/error_codes.h"
 #include "platform/failure.h"
 #include "support/test_store.h"
 
 namespace OrvoConfigStore {
 namespace {
+
+std::string FormatOrFailure(int code) {
+  try {
+    return MessageFormat(code);
+  } catch (const std::out_of_range& failure) {
+    return std::string("! ") + failure.what();
+  }
+}
+
+const std::string kFoundAtStartUp = FormatOrFailure(CS_JSON_INVALID);
+
+TEST(ErrorCodes, AreFoundWhileStaticObjectsAreMade) {
+  EXPECT_EQ("Invalid JSON", kFoundAtStartUp);
+}
+
+TEST(ErrorCodes, AreTheseAndNoOthers) {
+  std::string known;
+  for (int code = -1; code <= CS_GENERAL + 1; ++code) {
+    const bool has = FormatOrFailure(code) != "! _Map_base::at";
+    const bool had = FormatOrFailure(code - 1) != "! _Map_base::at";
+    if (has != had) known += std::to_string(has ? code : code - 1) + (has ? "-" : " ");
+  }
+  EXPECT_EQ("1001-1018 1030-1060 1080-1084 1086-1092 1100-1105 ", known);
+}
 
 // clang-format off
 const struct { void (*fail)(); const std::type_info& type; const char* text; } kThrowCases[] = {
@@ -56,18 +81,6 @@ TEST(Exceptions, AreNotLoggedWithoutAMessageNorWhenTheyAreCopied) {
   EXPECT_EQ(first.toString(), copy.toString());
   copy = ValidationException(first);
   EXPECT_TRUE(log.Lines().empty());
-}
-
-TEST(Exceptions, PutTheMessageBeforeAnObservation) {
-  struct Observed : HostCtl::Lib::HostCtlException {
-    explicit Observed(std::shared_ptr<HostCtl::Lib::ZebMessage> seen) : HostCtlException("failed: ") {
-      observation_ = std::move(seen);
-    }
-  };
-  const Observed failure(std::make_shared<HostCtl::Lib::ZebMessage>("disk"));
-  EXPECT_EQ("failed: disk", failure.GetDetailedMessage());
-  EXPECT_EQ("failed: disk", failure.GetDetailedMessage()) << "the observation itself has been changed";
-  EXPECT_EQ("failed: ", Observed(nullptr).GetDetailedMessage());
 }
 
 }  // namespace
