@@ -183,7 +183,9 @@ std::shared_ptr<const Pattern> Pattern::Get(const std::string& text, std::string
   }
 }
 
-Pattern::Pattern(const std::string& text, size_t stepsPerByte) : stepsPerByte_(stepsPerByte) {
+Pattern::Pattern(const std::string& text, size_t stepsPerByte)
+    : plain_(PatternAutomaton::Build(text)), stepsPerByte_(stepsPerByte) {
+  if (plain_.has_value()) return;
   try {
     regex_ = Compile(text, LinearFlags());
   } catch (const std::regex_error& error) {
@@ -197,6 +199,7 @@ Pattern::Pattern(const std::string& text, size_t stepsPerByte) : stepsPerByte_(s
 }
 
 bool Pattern::Matches(const char* value, size_t length) const {
+  if (plain_.has_value()) return plain_->Matches({value, length});
   if (backtracking_ && length > kMaxBacktrackingBytes) return false;
   // A pass at the pattern's own rate, where that is moderate, and as much again.
   const size_t linearSteps = kBaseSteps + (kStepsPerByte + std::min(stepsPerByte_, kStepsPerByte)) * length;

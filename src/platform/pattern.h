@@ -2,8 +2,11 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <string>
+
+#include "platform/pattern_automaton.h"
 
 /// Patterns of schemas: ECMAScript regular expressions that a value must match
 /// as a whole, byte by byte and the same in every locale.
@@ -12,7 +15,8 @@ namespace OrvoConfigStore {
 
 constexpr size_t kMaxPatternBytes = 4096;
 
-/// A compiled pattern. Neither compiling nor matching one exhausts the stack or
+/// A compiled pattern; a plain one is an automaton of our own, any other the
+/// standard library's. Neither compiling nor matching one exhausts the stack or
 /// runs away, whatever the pattern and the value: a pattern that is nested too
 /// deep, or too large once its repeats are written out, is refused, and a match
 /// takes time that is linear in the value.
@@ -32,7 +36,8 @@ class Pattern {
   Pattern(const std::string& text, size_t stepsPerByte);
 
  private:
-  std::regex regex_;
+  std::optional<PatternAutomaton> plain_;
+  std::regex regex_;  // when it is not plain
   bool backtracking_ = false;
   size_t stepsPerByte_;
 };
