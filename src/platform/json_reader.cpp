@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include <rapidjson/error/en.h>
-#include <rapidjson/stringbuffer.h>
 
 namespace OrvoConfigStore {
 namespace {
@@ -107,34 +106,6 @@ struct Generator {
   }
 };
 
-// Appends to a string, as the writer wants it.
-struct StringSink {
-  using Ch = char;
-  std::string& out;
-  void Put(char c) { out.push_back(c); }
-  void Flush() {}
-};
-
-using CompactWriter = rapidjson::Writer<StringSink, rapidjson::UTF8<char>, rapidjson::UTF8<char>, JsonHeap>;
-
-class BoundedWriter : public CompactWriter {
- public:
-  explicit BoundedWriter(StringSink& sink) : CompactWriter(sink, SharedHeap()) {}
-  bool StartObject() { return ++depth_ <= kMaxJsonDepth && CompactWriter::StartObject(); }
-  bool StartArray() { return ++depth_ <= kMaxJsonDepth && CompactWriter::StartArray(); }
-  bool EndObject(rapidjson::SizeType members) {
-    --depth_;
-    return CompactWriter::EndObject(members);
-  }
-  bool EndArray(rapidjson::SizeType elements) {
-    --depth_;
-    return CompactWriter::EndArray(elements);
-  }
-
- private:
-  int depth_ = 0;
-};
-
 }  // namespace
 
 JsonStorage::JsonStorage(size_t textLength)
@@ -162,15 +133,6 @@ bool ReadJson(const std::string& text, JsonDocument& document, JsonReadFailure* 
   }
   if (!done && failure != nullptr) *failure = met;
   return done;
-}
-
-bool WriteJson(const JsonValue& value, std::string& out) {
-  const size_t before = out.size();
-  StringSink sink{out};
-  BoundedWriter writer(sink);
-  if (value.Accept(writer)) return true;
-  out.resize(before);
-  return false;
 }
 
 }  // namespace OrvoConfigStore

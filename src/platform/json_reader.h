@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/rapidjson.h"
 
@@ -40,6 +41,10 @@ bool ReadJson(const std::string& text, JsonDocument& document, JsonReadFailure* 
 
 /// Appends `value` as compact text to `out`; false, with `out` as it was, when
 /// it holds a number that is not finite or nests deeper than can be read back.
-bool WriteJson(const JsonValue& value, std::string& out);
+/// `depth` objects and arrays are open around it.
+bool WriteJson(const JsonValue& value, std::string& out, int depth = 0);
+
+/// Appends `text` in quotes, with what JSON demands escaped.
+void WriteJsonText(std::string_view text, std::string& out);
 
 }  // namespace OrvoConfigStore
