@@ -20,7 +20,7 @@ void PrepareForWrite(ConfigStoreObject& object, const std::shared_ptr<SchemaObje
   const std::shared_ptr<JsonDoc> doc = object.GetJsonDocPtr();
   JsonValue& data = *doc->GetJsonValuePtr();
   const JsonValue& node = schema->GetObjectNode();
-  AssignNestedIds(data, node, *doc->allocator);
+  if (schema->HasGeneratedIds()) AssignNestedIds(data, node, *doc->allocator);
   if (!schema->HasSecrets() || !HasMaskedSecret(data, node)) return;
   const std::shared_ptr<ConfigStoreObject> stored = readStored();
   const JsonValue* kept = stored == nullptr ? nullptr : stored->GetJsonDocPtr()->GetJsonValuePtr();

@@ -91,7 +91,7 @@ class Exporter {
   std::shared_ptr<ConfigStoreObject> AsWritten(const ConfigStoreObject& object) const {
     const JsonValue& data = *std::as_const(*object.GetJsonDocPtr()).GetJsonValuePtr();
     const auto part = [&](Category category) -> std::shared_ptr<ConfigStoreObject> {
-      const auto storage = ExtractCategory(data, schema_->GetObjectNode(), category);
+      const auto storage = ExtractCategory(data, ObjectNodeOf(*schema_), category);
       if (storage == nullptr) return nullptr;
       return std::make_shared<ConfigStoreObject>(object.GetId(), DocOver(storage), schema_, "", "", "", true, nullptr,
                                                  nullptr);

@@ -80,6 +80,17 @@ bool ContainsSecret(const JsonValue& node) {
   return found;
 }
 
+// Whether the store identifies elements of the node, or of any array below it.
+bool ContainsGeneratedIds(const JsonValue& node) {
+  if (IsText(Find(node, "instanceId"), OrvoConfigStore::kGeneratedId)) return true;
+  const JsonValue* items = Find(node, "items");
+  if (items != nullptr && ContainsGeneratedIds(*items)) return true;
+  bool found = false;
+  ForEachProperty(node,
+                  [&](const JsonValue&, const JsonValue& child) { found = found || ContainsGeneratedIds(child); });
+  return found;
+}
+
 std::shared_ptr<JsonStorage> Parse(const std::string& text) {
   auto storage = std::make_shared<JsonStorage>(text.size());
   if (!ReadJson(text, storage->document, nullptr) || !storage->document.IsObject()) ThrowInvalidJson();
@@ -94,7 +105,9 @@ SchemaObject::SchemaObject(const SchemaRecord& record)
       schema_(Parse(record.schema)),
       idMap_(std::make_shared<JsonStorage>()),
       defaults_(std::make_shared<JsonStorage>()),
-      hasSecrets_(ContainsSecret(schema_->document)) {
+      isSingleton_(!IsArrayNode(schema_->document)),
+      hasSecrets_(ContainsSecret(schema_->document)),
+      hasGeneratedIds_(ContainsGeneratedIds(GetObjectNode())) {
   idMap_->document.SetObject();
   CollectIds(TextValue(record.key, idMap_->allocator), schema_->document, idMap_->document, idMap_->allocator);
   defaults_->document.SetObject();
@@ -104,7 +117,7 @@ SchemaObject::SchemaObject(const SchemaRecord& record)
 }
 
 bool SchemaObject::IsSingleton() const {
-  return !IsArrayNode(schema_->document);
+  return isSingleton_;
 }
 const std::string& SchemaObject::GetVersion() const {
   return version_;
@@ -127,6 +140,9 @@ bool SchemaObject::IsGeneratedId() const {
 
 bool SchemaObject::HasSecrets() const {
   return hasSecrets_;
+}
+bool SchemaObject::HasGeneratedIds() const {
+  return hasGeneratedIds_;
 }
 const std::shared_ptr<JsonStorage>& SchemaObject::GetIdMap() const {
   return idMap_;

@@ -8,6 +8,10 @@
 
 /// The schema store: which types exist and what their schemas say.
 
+namespace OrvoConfigStore {
+class SchemaNode;
+}
+
 namespace OrvoSchemaStore {
 
 using OrvoConfigStore::JsonStorage;
@@ -46,6 +50,8 @@ class SchemaObject {
   bool IsGeneratedId() const;
   /// Whether any value of the type is a secret.
   bool HasSecrets() const;
+  /// Whether the store identifies the elements of any array within an object.
+  bool HasGeneratedIds() const;
 
   /// Which member identifies an instance: name of the array to name of the
   /// member in its elements; that of the type itself under the type's key.
@@ -53,13 +59,20 @@ class SchemaObject {
   /// The default data under the type's key; an empty object when there is none.
   const std::shared_ptr<JsonStorage>& GetDefaults() const;
 
+  /// What the layers above have made of the schema (see ObjectNodeOf): it lasts as
+  /// long as the schema, and is made anew with it when the store has changed.
+  std::shared_ptr<OrvoConfigStore::SchemaNode>& Compiled() const { return compiled_; }
+
  private:
   std::string version_;
   bool noRestore_;
   std::shared_ptr<JsonStorage> schema_;
   std::shared_ptr<JsonStorage> idMap_;
   std::shared_ptr<JsonStorage> defaults_;
+  bool isSingleton_;
   bool hasSecrets_;
+  bool hasGeneratedIds_;
+  mutable std::shared_ptr<OrvoConfigStore::SchemaNode> compiled_;
 };
 
 /// The thread's view of the schema store. Schemas are kept parsed until the

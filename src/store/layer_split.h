@@ -5,6 +5,7 @@
 #include <string>
 
 #include "configstore/config_store_object.h"
+#include "objects/schema_node.h"
 #include "platform/schema_store.h"
 
 /// Splitting an object into layers by the categories of its schema.
@@ -35,11 +36,15 @@ LayerValues BuildLayerValues(const ConfigStoreObject& object, const SchemaObject
 /// `cached`, whichever layer the user part then goes to. Throws as above.
 LayerValues BuildContextValues(const ConfigStoreObject& object, const SchemaObject& schema);
 
-/// Returns a copy of `data` pruned to one category, or an empty pointer when
-/// nothing of it belongs there. `node` is the schema node of `data`.
-std::shared_ptr<JsonStorage> ExtractCategory(const JsonValue& data, const JsonValue& node, Category category);
+/// Returns the text of `data` pruned to one category, empty when nothing of it
+/// belongs there. `node` is the schema node of `data`.
+std::string CategoryText(const JsonValue& data, SchemaNode& node, Category category);
 
-/// Prunes `value` to the category and returns whether it belongs there at all.
+/// The same as a document; an empty pointer when nothing belongs there.
+std::shared_ptr<JsonStorage> ExtractCategory(const JsonValue& data, SchemaNode& node, Category category);
+
+/// Appends the text of `value`, pruned to the category, and returns whether it
+/// belongs there at all; `text` is as it was when not.
 /// 1. The marked identifier is kept.
 /// 2. "user" drops what is marked vital or cached; another category keeps whole
 ///    what carries its mark. Deliberate: the mark counts whatever its value.
@@ -47,7 +52,8 @@ std::shared_ptr<JsonStorage> ExtractCategory(const JsonValue& data, const JsonVa
 ///    so is one that holds only its identifier, but for "user".
 /// 4. An array of objects keeps the elements that are kept; an empty one is dropped.
 /// 5. Anything else is user data.
-bool KeepForCategory(JsonValue& value, const JsonValue& node, Category category);
+/// Throws ConfigStoreException(2000) for a field that the schema does not know.
+bool KeepForCategory(const JsonValue& value, SchemaNode& node, Category category, std::string& text);
 
 /// Whether the object's data holds anything of the user category.
 bool isUserType(const ConfigStoreObject& object, const SchemaObject& schema);

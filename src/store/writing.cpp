@@ -101,7 +101,8 @@ void WriteComplete(const std::string& text, const ConfigStoreObjectId& id, const
 
 void SetInternal(const std::shared_ptr<ConfigStoreObject>& object, const std::shared_ptr<SchemaObject>& schema,
                  const USERDATA_CONTEXT& context, const Connection& connection) {
-  WriteCompleteConfigInstances({{object->GetId(), BuildLayerValues(*object, *schema, context.kind)}}, connection);
+  WriteComplete(CompleteWriteSql().Text(), object->GetId(), schema->GetVersion(),
+                BuildLayerValues(*object, *schema, context.kind), connection);
 }
 
 void SetInstancesInternal(const ObjectList& objects, const USERDATA_CONTEXT& context, const SchemaMap& schemas,

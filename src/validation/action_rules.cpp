@@ -7,6 +7,7 @@
 #include "configstore/validation.h"
 #include "platform/json_reader.h"
 #include "platform/json_values.h"
+#include "validation/walk.h"
 
 namespace OrvoConfigStore {
 namespace {
@@ -14,7 +15,7 @@ namespace {
 // One rule per kind of write: the checks are the whole difference between them.
 struct ActionRule {
   CSErrorCodes code;
-  std::unordered_set<int> checks;
+  CheckSelection checks;
 };
 
 // For kinds that return what is wrong instead of throwing it.
@@ -22,7 +23,7 @@ constexpr CSErrorCodes kNeverThrown = CS_GENERAL;
 
 // Indexed by WriteKind. Deliberate: a failed cached write reports the code of the
 // default configuration.
-const ActionRule kActionRules[] = {
+constexpr ActionRule kActionRules[] = {
     // DefaultConfig
     {CS_DEFAULT_CONFIG_INVALID,
      {CHECK_ADDITIONAL_PROPERTIES, CHECK_SCALAR_TYPES, CHECK_REQUIRED, CHECK_OPTION_DEPENDENCY,
@@ -80,9 +81,16 @@ void ThrowIfAny(WriteKind kind, std::vector<ErrorInfo> violations) {
   if (!violations.empty()) ThrowValidation(RuleOf(kind).code, std::move(violations));
 }
 
+std::vector<ErrorInfo> FindViolations(WriteKind kind, SchemaNode& schema, const JsonValue& data,
+                                      JsonAllocator& allocator) {
+  JsonStorage errors;
+  Validate(schema, data, RuleOf(kind).checks, allocator, errors.document);
+  return ErrorArrayToErrorInfos(errors.document);
+}
+
 // What the object holds: the value that its handle leads to, and its document's allocator.
 std::vector<ErrorInfo> FindViolations(WriteKind kind, const SchemaObject& schema, const JsonDoc& data) {
-  return FindViolations(kind, schema.GetObjectNode(), *data.GetJsonValuePtr(), data.document->GetAllocator());
+  return FindViolations(kind, ObjectNodeOf(schema), *data.GetJsonValuePtr(), data.document->GetAllocator());
 }
 
 void Enforce(WriteKind kind, const SchemaObject& schema, ConfigStoreObject& object) {
@@ -95,15 +103,14 @@ void Enforce(WriteKind kind, const SchemaObject& schema, ConfigStoreObject& obje
 
 }  // namespace
 
-const std::unordered_set<int>& ChecksOf(WriteKind kind) {
+const CheckSelection& ChecksOf(WriteKind kind) {
   return RuleOf(kind).checks;
 }
 
 std::vector<ErrorInfo> FindViolations(WriteKind kind, const JsonValue& schema, const JsonValue& data,
                                       JsonAllocator& allocator) {
-  JsonStorage errors;
-  ValidateJsonInternal(schema, data, errors.document, RuleOf(kind).checks, allocator);
-  return ErrorArrayToErrorInfos(errors.document);
+  SchemaNode node(schema);
+  return FindViolations(kind, node, data, allocator);
 }
 
 std::vector<ErrorInfo> ErrorArrayToErrorInfos(const JsonValue& errors) {
@@ -149,9 +156,7 @@ void ValidateDefaultConfig(const JsonValue& schema, const JsonValue& data, JsonA
 }
 
 void ValidateApplyFile(const JsonDocument& data, const JsonValue& schema) {
-  JsonStorage errors;
-  ValidateJsonInternal(schema, data, errors.document, RuleOf(WriteKind::ApplyFile).checks);
-  ThrowIfAny(WriteKind::ApplyFile, ErrorArrayToErrorInfos(errors.document));
+  ThrowIfAny(WriteKind::ApplyFile, FindViolations(WriteKind::ApplyFile, schema, data, CallersOwn(data).GetAllocator()));
 }
 
 bool validateObject(std::shared_ptr<ConfigStoreObject> object, ACTION action, std::vector<ErrorInfo>& errors,

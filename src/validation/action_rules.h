@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "configstore/config_store_object.h"
@@ -23,6 +22,8 @@ namespace OrvoConfigStore {
 
 using OrvoSchemaStore::SchemaObject;
 
+class CheckSelection;
+
 /// The kinds of write, each with its selection of checks.
 enum class WriteKind {
   DefaultConfig,
@@ -41,7 +42,7 @@ enum class WriteKind {
 };
 
 /// Returns the checks of a kind of write.
-const std::unordered_set<int>& ChecksOf(WriteKind kind);
+const CheckSelection& ChecksOf(WriteKind kind);
 
 /// Validates `data` as `kind` does and returns what is wrong. `allocator` is
 /// that of the document that holds `data`, which kinds that assign generated

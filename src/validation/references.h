@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "validation/schema_node.h"
+#include "objects/schema_node.h"
 
 /// References: leaves whose text must be found elsewhere in the same data.
 

@@ -50,7 +50,7 @@ std::string NoFurtherRule(SchemaNode&, const JsonValue&) {
 }
 
 struct ScalarType {
-  std::string_view word;
+  SchemaType type;
   bool (JsonValue::*isType)() const;
   const char* expected;
   std::string (*brokenRule)(SchemaNode& schema, const JsonValue& value);
@@ -59,19 +59,19 @@ struct ScalarType {
 // Deliberate: the tests are of how a number was written, not of what it is: 5 is
 // no double, and 5.0 is no integer.
 const ScalarType kScalarTypes[] = {
-    {"string", &JsonValue::IsString, "string", BrokenTextRule},
-    {"secret", &JsonValue::IsString, "string", BrokenTextRule},
-    {"integer", &JsonValue::IsInt, "integer", BrokenIntegerRule},
-    {"long", &JsonValue::IsInt64, "long", BrokenLongRule},
-    {"double", &JsonValue::IsDouble, "double", BrokenDoubleRule},
-    {"boolean", &JsonValue::IsBool, "boolean", NoFurtherRule},
+    {SchemaType::String, &JsonValue::IsString, "string", BrokenTextRule},
+    {SchemaType::Secret, &JsonValue::IsString, "string", BrokenTextRule},
+    {SchemaType::Integer, &JsonValue::IsInt, "integer", BrokenIntegerRule},
+    {SchemaType::Long, &JsonValue::IsInt64, "long", BrokenLongRule},
+    {SchemaType::Double, &JsonValue::IsDouble, "double", BrokenDoubleRule},
+    {SchemaType::Boolean, &JsonValue::IsBool, "boolean", NoFurtherRule},
 };
 
 }  // namespace
 
-std::string BrokenScalarRule(std::string_view type, SchemaNode& schema, const JsonValue& value) {
+std::string BrokenScalarRule(SchemaType type, SchemaNode& schema, const JsonValue& value) {
   for (const ScalarType& scalar : kScalarTypes) {
-    if (scalar.word != type) continue;
+    if (scalar.type != type) continue;
     if (!(value.*scalar.isType)()) return std::string("INCORRECT TYPE: expected ") + scalar.expected + ".";
     return scalar.brokenRule(schema, value);
   }

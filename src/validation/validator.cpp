@@ -8,40 +8,25 @@
 
 namespace OrvoConfigStore {
 
-namespace {
-
-// The whole of schema and data; `listener` may be null.
-void WalkAll(const JsonValue& schema, const JsonValue& data, JsonDocument& errors,
-             const std::unordered_set<int>& checks, JsonAllocator& allocator, const FindingListener* listener) {
-  const OptionTagNames tagNames = CollectOptionTagNames(schema);
-  SchemaNode root(schema);
-  ReferenceValues references;
-  if (checks.count(CHECK_REFERENCES) != 0) references = CollectReferenceValues(root, data);
-  errors.SetArray();
-  std::string path;
-  Walk{CheckSelection(checks), allocator, references, tagNames, errors, {}, listener}.Node(root, data, path, false);
-}
-
-}  // namespace
-
 bool ValidateNode(const JsonValue& schemaNode, JsonAllocator& allocator, const JsonValue& dataNode,
                   const ReferenceValues& referenceValues, const std::string& path, JsonDocument& errors,
                   const std::unordered_set<int>& checks, const OptionTagNames& optionTagNames, bool layerFlag) {
   SchemaNode schema(schemaNode);
-  std::string place = path;
-  return Walk{CheckSelection(checks), allocator, referenceValues, optionTagNames, errors}.Node(schema, dataNode, place,
-                                                                                               layerFlag);
+  return Walk{CheckSelection(checks), allocator, referenceValues, optionTagNames, errors}.Node(
+      schema, dataNode, {nullptr, path}, layerFlag);
 }
 
-void VisitViolations(const JsonValue& schema, const JsonValue& data, const std::unordered_set<int>& checks,
+void VisitViolations(const JsonValue& schema, const JsonValue& data, const CheckSelection& checks,
                      JsonAllocator& allocator, const FindingListener& listener) {
   JsonStorage unused;
-  WalkAll(schema, data, unused.document, checks, allocator, &listener);
+  SchemaNode root(schema);
+  Validate(root, data, checks, allocator, unused.document, &listener);
 }
 
 void ValidateJsonInternal(const JsonValue& schema, const JsonValue& data, JsonDocument& errors,
                           const std::unordered_set<int>& checks, JsonAllocator& allocator) {
-  WalkAll(schema, data, errors, checks, allocator, nullptr);
+  SchemaNode root(schema);
+  Validate(root, data, CheckSelection(checks), allocator, errors);
 }
 
 void ValidateJsonInternal(const JsonValue& schema, const JsonDocument& data, JsonDocument& errors,

@@ -4,9 +4,9 @@
 #include <unordered_set>
 
 #include "configstore/json_types.h"
+#include "objects/schema_node.h"
 #include "validation/error_report.h"
 #include "validation/references.h"
-#include "validation/schema_node.h"
 #include "validation/walk.h"
 
 namespace OrvoConfigStore {
@@ -23,7 +23,7 @@ bool ValidateNode(const JsonValue& schemaNode, JsonAllocator& allocator, const J
 
 /// Validates `data` thoroughly and hands each violation to `listener`, that of a
 /// validation and what lies behind it; logs nothing. Otherwise as ValidateJsonInternal.
-void VisitViolations(const JsonValue& schema, const JsonValue& data, const std::unordered_set<int>& checks,
+void VisitViolations(const JsonValue& schema, const JsonValue& data, const CheckSelection& checks,
                      JsonAllocator& allocator, const FindingListener& listener);
 
 }  // namespace OrvoConfigStore

@@ -1,24 +1,29 @@
 #pragma once
 
-#include <bitset>
+#include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <unordered_set>
 
 #include "configstore/validation.h"
+#include "objects/schema_node.h"
 #include "validation/error_report.h"
 #include "validation/references.h"
-#include "validation/schema_node.h"
 
 namespace OrvoConfigStore {
 
 /// The checks that a validation runs.
 class CheckSelection {
  public:
+  constexpr CheckSelection(std::initializer_list<VALIDATION_CHECK> checks) : empty_(checks.size() == 0) {
+    for (const VALIDATION_CHECK check : checks) selected_ |= Bit(check);
+  }
+  /// The selection of a caller; numbers that stand for no check select nothing.
   explicit CheckSelection(const std::unordered_set<int>& checks);
 
-  bool Has(VALIDATION_CHECK check) const { return selected_[check]; }
+  bool Has(VALIDATION_CHECK check) const { return (selected_ & Bit(check)) != 0; }
   /// As Has, for a check that an empty selection includes.
   bool HasDefault(VALIDATION_CHECK check) const { return empty_ || Has(check); }
   /// Whether required members are looked for, and by which rule.
@@ -26,8 +31,10 @@ class CheckSelection {
   RequiredRule Rule() const;
 
  private:
+  static constexpr uint32_t Bit(VALIDATION_CHECK check) { return uint32_t{1} << check; }
+
   bool empty_;
-  std::bitset<CHECK_GENERATED_ID_DUPLICATES + 1> selected_;
+  uint32_t selected_ = 0;
 };
 
 /// The data as its owner may change it. Signatures take it as constant, but it is
@@ -37,6 +44,15 @@ template <class Json>
 Json& CallersOwn(const Json& data) {
   return const_cast<Json&>(data);
 }
+
+/// Where a value lies in the data: a member of what its parent names. Only an
+/// error asks for the text.
+struct Place {
+  const Place* parent;    ///< null for the place at which a validation begins
+  std::string_view name;  ///< of the member; the whole text where it begins
+
+  std::string Text() const;
+};
 
 /// A violation where it was found, for a report that says more than the errors do.
 struct Finding {
@@ -73,29 +89,33 @@ struct Walk {
   CopyAllowance copies = {};
   const FindingListener* listener = nullptr;
 
-  /// Walks `data`; `path` is its place, and is the same again afterwards.
-  bool Node(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
+  bool Node(SchemaNode& schema, const JsonValue& data, const Place& place, bool inLayer);
 
  private:
-  bool Object(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
-  bool Array(SchemaNode& schema, const JsonValue& data, std::string& path, bool inLayer);
-  bool Leaf(SchemaNode& schema, const JsonValue& data, const std::string& path, bool inLayer);
+  bool Object(SchemaNode& schema, const JsonValue& data, const Place& place, bool inLayer);
+  bool Array(SchemaNode& schema, const JsonValue& data, const Place& place, bool inLayer);
+  bool Leaf(SchemaNode& schema, const JsonValue& data, const Place& place, bool inLayer);
 
-  bool TypeHolds(SchemaNode& schema, const JsonValue& data, const std::string& path);
+  bool TypeHolds(SchemaNode& schema, const JsonValue& data, const Place& place);
   bool IsInLayer(SchemaNode& schema, bool inherited) const;
-  void ReportMarkers(SchemaNode& schema, const JsonValue& data, const std::string& path);
+  void ReportMarkers(SchemaNode& schema, const JsonValue& data, const Place& place);
   void AssignGeneratedId(SchemaNode& schema, const JsonValue& data);
-  bool RequiredArePresent(SchemaNode& schema, const JsonValue& data, MemberIndex& members, const std::string& path);
-  void ReportAdditional(SchemaNode& schema, const JsonValue& data, const JsonValue& name, const std::string& path);
+  bool RequiredArePresent(SchemaNode& schema, const JsonValue& data, MemberIndex& members, const Place& place);
+  void ReportAdditional(SchemaNode& schema, const JsonValue& data, const JsonValue& name, const Place& place);
   bool UnionTagHolds(SchemaNode& property, MemberIndex& siblings);
-  bool IdentifiersAreUnique(SchemaNode& schema, const JsonValue& data, const std::string& path);
+  bool IdentifiersAreUnique(SchemaNode& schema, const JsonValue& data, const Place& place);
   bool ReferenceHolds(const JsonValue& reference, const JsonValue& data) const;
 
   bool IsThorough() const { return listener != nullptr; }
   /// Report and return false; the second a violation that a member's name tells.
-  bool Fail(const JsonValue& value, const std::string& path, const std::string& message);
-  bool Fail(const JsonValue& value, const std::string& path, const std::string& message, const JsonValue& place,
+  bool Fail(const JsonValue& value, const Place& place, const std::string& message);
+  bool Fail(const JsonValue& value, const Place& place, const std::string& message, const JsonValue& foundAt,
             std::string_view member);
 };
+
+/// Validates the whole of `data` and sets `errors` to an array of what is wrong,
+/// empty with a `listener`, which may be null.
+void Validate(SchemaNode& schema, const JsonValue& data, const CheckSelection& checks, JsonAllocator& allocator,
+              JsonDocument& errors, const FindingListener* listener = nullptr);
 
 }  // namespace OrvoConfigStore

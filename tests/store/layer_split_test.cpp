@@ -46,12 +46,13 @@ const struct { const char *data, *user, *vital, *cached; } kSplitCases[] = {
 // clang-format on
 
 TEST(LayerSplit, PrunesToEachCategory) {
-  const auto node = CreateDocumentFromString(kNode);
+  const auto document = CreateDocumentFromString(kNode);
+  SchemaNode node(*document->GetJsonValuePtr());
   for (const auto& row : kSplitCases) {
     SCOPED_TRACE(row.data);
     const auto data = CreateDocumentFromString(row.data);
     const auto part = [&](Category category) {
-      return Written(ExtractCategory(*data->GetJsonValuePtr(), *node->GetJsonValuePtr(), category));
+      return Written(ExtractCategory(*data->GetJsonValuePtr(), node, category));
     };
     EXPECT_EQ(row.user, part(Category::User));
     EXPECT_EQ(row.vital, part(Category::Vital));
@@ -60,10 +61,11 @@ TEST(LayerSplit, PrunesToEachCategory) {
 }
 
 TEST(LayerSplit, UnknownFieldsAndUnusableNodesAreRefused) {
-  const auto node = CreateDocumentFromString(kNode);
-  const auto split = [&](const char* data) {
-    const auto document = CreateDocumentFromString(data);
-    return Thrown([&] { ExtractCategory(*document->GetJsonValuePtr(), *node->GetJsonValuePtr(), Category::User); });
+  const auto document = CreateDocumentFromString(kNode);
+  SchemaNode node(*document->GetJsonValuePtr());
+  const auto split = [&](const char* text) {
+    const auto data = CreateDocumentFromString(text);
+    return Thrown([&] { ExtractCategory(*data->GetJsonValuePtr(), node, Category::User); });
   };
   EXPECT_EQ("2000 Invalid field in schema: zz", split(R"({"u":"1","zz":2})"));
   EXPECT_EQ("2000 Invalid field in schema: zz", split(R"({"a":[{"id":"x","zz":2}]})"));

@@ -1,4 +1,7 @@
-#include "validation/schema_node.h"
+#include "objects/schema_node.h"
+
+#include <algorithm>
+#include <utility>
 
 #include "configstore/logging.h"
 #include "platform/failure.h"
@@ -20,14 +23,12 @@ constexpr std::string_view kKeywordNames[] = {
 };
 static_assert(std::size(kKeywordNames) == kKeywordCount);
 
-size_t IndexOf(Keyword keyword) {
-  return static_cast<size_t>(keyword);
-}
+// Indexed by SchemaType, up to Other.
+constexpr std::string_view kTypeWords[] = {"object",  "array", "string", "secret",
+                                           "integer", "long",  "double", "boolean"};
 
-bool IsAbsent(const JsonValue& value, std::string_view key) {
-  if (!value.IsNull()) return false;
+void LogNull(std::string_view key) {
   CSLogger::Log(CSLogger::LOG_PRIORITY_WARNING, "Value null for key: %s", std::string(key).c_str());
-  return true;
 }
 
 TextSet TextsOf(const JsonValue& list) {
@@ -59,11 +60,12 @@ void SchemaNode::ReadKeywords() {
   keywordsRead_ = true;
 }
 
-const JsonValue* SchemaNode::Find(Keyword keyword) {
-  if (!keywordsRead_) ReadKeywords();
-  const JsonValue*& value = keywords_[IndexOf(keyword)];
-  if (value != nullptr && IsAbsent(*value, kKeywordNames[IndexOf(keyword)])) value = nullptr;
-  return value;
+const JsonValue* SchemaNode::Absent(Keyword keyword) {
+  const size_t index = static_cast<size_t>(keyword);
+  if (std::exchange(loggedValidation_, validation_) != validation_) nullsLogged_.reset();
+  if (!nullsLogged_[index]) LogNull(kKeywordNames[index]);
+  nullsLogged_.set(index);
+  return nullptr;
 }
 
 bool SchemaNode::IsTrue(Keyword keyword) {
@@ -76,23 +78,57 @@ bool SchemaNode::IsMarked(Keyword keyword) {
   return value != nullptr && value->IsTrue();
 }
 
-SchemaNode* SchemaNode::Property(std::string_view name) {
-  const JsonValue* properties = Find(Keyword::Properties);
-  if (properties == nullptr) return nullptr;
-  if (!properties_.has_value()) {
-    properties_.emplace(*properties);
-    children_.resize(properties->MemberCount());
+SchemaType SchemaNode::Type() {
+  if (!type_.has_value()) {
+    const auto* const word = std::find(std::begin(kTypeWords), std::end(kTypeWords), TextOf(*Find(Keyword::Type)));
+    type_ = static_cast<SchemaType>(word - std::begin(kTypeWords));
   }
-  const MemberIndex::Member* property = properties_->Find(name);
-  if (property == nullptr || IsAbsent(property->value, name)) return nullptr;
-  std::unique_ptr<SchemaNode>& child = children_[properties_->PositionOf(property)];
-  if (child == nullptr) child = std::make_unique<SchemaNode>(property->value);
-  return child.get();
+  return *type_;
+}
+
+void SchemaNode::ReadProperties(const JsonValue& properties) {
+  MemberIndex& index = propertyIndex_.emplace(properties);
+  for (const auto& property : properties.GetObject()) {
+    hasNamesTwice_ = hasNamesTwice_ || index.Find(TextOf(property.name)) != &property;
+    properties_.push_back({TextOf(property.name), property.value});
+  }
+}
+
+// Members mostly stand in the order of the schema: the place behind the one that
+// was found last is looked at first.
+SchemaNode::PropertyNode* SchemaNode::FindProperty(std::string_view name) {
+  if (!propertyIndex_.has_value()) {
+    const JsonValue* properties = Find(Keyword::Properties);
+    if (properties == nullptr) return nullptr;
+    ReadProperties(*properties);
+  }
+  if (expected_ >= properties_.size() || hasNamesTwice_ || properties_[expected_].name != name) {
+    const MemberIndex::Member* property = propertyIndex_->Find(name);
+    if (property == nullptr) return nullptr;
+    expected_ = propertyIndex_->PositionOf(property);
+  }
+  PropertyNode& found = properties_[expected_];
+  expected_ = expected_ + 1 == properties_.size() ? 0 : expected_ + 1;
+  return &found;
+}
+
+SchemaNode* SchemaNode::AnyProperty(std::string_view name) {
+  PropertyNode* property = FindProperty(name);
+  if (property == nullptr) return nullptr;
+  if (property->node == nullptr) property->node = std::make_unique<SchemaNode>(property->json, this);
+  return property->node.get();
+}
+
+SchemaNode* SchemaNode::Property(std::string_view name) {
+  SchemaNode* property = AnyProperty(name);
+  if (property == nullptr || !property->node_.IsNull()) return property;
+  LogNull(name);
+  return nullptr;
 }
 
 SchemaNode* SchemaNode::Items() {
   const JsonValue* items = Find(Keyword::Items);
-  if (items != nullptr && items_ == nullptr) items_ = std::make_unique<SchemaNode>(*items);
+  if (items != nullptr && items_ == nullptr) items_ = std::make_unique<SchemaNode>(*items, this);
   return items_.get();
 }
 
@@ -144,10 +180,15 @@ const UnionTag* SchemaNode::Union() {
   return &*union_;
 }
 
-OptionTagNames CollectOptionTagNames(const JsonValue& schema) {
-  OptionTagNames names;
-  CollectTagNames(schema, names);
-  return names;
+const OptionTagNames& SchemaNode::TagNames() {
+  if (!tagNames_.has_value()) CollectTagNames(node_, tagNames_.emplace());
+  return *tagNames_;
+}
+
+SchemaNode& ObjectNodeOf(const OrvoSchemaStore::SchemaObject& schema) {
+  std::shared_ptr<SchemaNode>& compiled = schema.Compiled();
+  if (compiled == nullptr) compiled = std::make_shared<SchemaNode>(schema.GetObjectNode());
+  return *compiled;
 }
 
 }  // namespace OrvoConfigStore

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,8 +15,9 @@
 #include "configstore/json_types.h"
 #include "platform/json_members.h"
 #include "platform/pattern.h"
+#include "platform/schema_store.h"
 
-/// Schemas as validation reads them: every node once, and only what is asked for.
+/// Schemas as they are used: every node once, and only what is asked for.
 
 namespace OrvoConfigStore {
 
@@ -41,6 +44,9 @@ enum class Keyword {
 };
 constexpr size_t kKeywordCount = 18;
 
+/// The words that "type" can be; Other for any that is none of them.
+enum class SchemaType { Object, Array, String, Secret, Integer, Long, Double, Boolean, Other };
+
 /// Which required names a validation enforces.
 enum class RequiredRule {
   NotLayered,  ///< all but those whose property is vital, cached or store-specific
@@ -61,25 +67,45 @@ struct UnionTag {
   TextSet allowed;
 };
 
-/// One node of a schema. The JSON stays the owner's and must not change.
+/// One node of a schema. The JSON stays the owner's and must not change. What has
+/// been looked up is kept, so a node is used from one thread at a time.
 ///
-/// A keyword whose value is null is absent, with a log line at its first
-/// look-up. Looking anything up in a node that is no object, or reading a keyword
-/// of another JSON type than it must have, throws ConfigStoreException(2000,
-/// "Invalid JSON"); what is never read may be anything.
+/// A keyword whose value is null is absent, and a validation that looks it up logs
+/// a line, once. Looking anything up in a node that is no object, or reading a keyword of another JSON
+/// type than it must have, throws ConfigStoreException(2000, "Invalid JSON"); what
+/// is never read may be anything.
 class SchemaNode {
  public:
-  explicit SchemaNode(const JsonValue& node) : node_(node) {}
+  /// A root, or a node that counts validations with one.
+  explicit SchemaNode(const JsonValue& node, const SchemaNode* root = nullptr)
+      : node_(node), validation_(root == nullptr ? ownValidation_ : root->validation_) {}
+  SchemaNode(const SchemaNode&) = delete;
+  SchemaNode& operator=(const SchemaNode&) = delete;
+
+  /// For a root: what is logged once is logged again from here on.
+  void BeginValidation() { ++ownValidation_; }
 
   /// Returns the keyword's value, or null when it is absent.
-  const JsonValue* Find(Keyword keyword);
+  const JsonValue* Find(Keyword keyword) {
+    const JsonValue* value = FindAny(keyword);
+    return value != nullptr && value->IsNull() ? Absent(keyword) : value;
+  }
+  /// As Find, a JSON null included.
+  const JsonValue* FindAny(Keyword keyword) {
+    if (!keywordsRead_) ReadKeywords();
+    return keywords_[static_cast<size_t>(keyword)];
+  }
   /// Whether the keyword is there and true.
   bool IsTrue(Keyword keyword);
   /// Whether the keyword is there and the boolean true; any other type is not.
   bool IsMarked(Keyword keyword);
 
+  /// Returns what "type" says, which must be there.
+  SchemaType Type();
   /// Returns the node of a member of the data, or null when none describes it.
   SchemaNode* Property(std::string_view name);
+  /// As Property, a node that is null in the schema included.
+  SchemaNode* AnyProperty(std::string_view name);
   /// Returns the node of an array's elements, or null.
   SchemaNode* Items();
 
@@ -94,25 +120,45 @@ class SchemaNode {
   /// Returns the "optionDependency", or null. Only an object with a string
   /// "name" counts as one; its "value" must be a list of texts.
   const UnionTag* Union();
+  /// Returns the name of every union tag in this node and below. Members of all
+  /// names are looked into, lists are not.
+  const OptionTagNames& TagNames();
 
  private:
+  struct PropertyNode {
+    std::string_view name;
+    const JsonValue& json;
+    std::unique_ptr<SchemaNode> node = nullptr;
+  };
+
   void ReadKeywords();
+  void ReadProperties(const JsonValue& properties);
+  const JsonValue* Absent(Keyword keyword);
+  PropertyNode* FindProperty(std::string_view name);
   bool Enforces(RequiredRule rule, std::string_view name);
 
   const JsonValue& node_;
+  uint64_t ownValidation_ = 0;
+  const uint64_t& validation_;     // the root's
+  uint64_t loggedValidation_ = 0;  // the one that nullsLogged_ tells of
+  std::bitset<kKeywordCount> nullsLogged_;
   bool keywordsRead_ = false;
   std::array<const JsonValue*, kKeywordCount> keywords_{};
-  std::optional<MemberIndex> properties_;
-  std::vector<std::unique_ptr<SchemaNode>> children_;  // by place in "properties"
+  std::optional<SchemaType> type_;
+  std::optional<MemberIndex> propertyIndex_;
+  std::vector<PropertyNode> properties_;  // by place in "properties"
+  bool hasNamesTwice_ = false;
+  size_t expected_ = 0;  // the place that is probably asked for next
   std::unique_ptr<SchemaNode> items_;
   std::array<std::optional<std::vector<std::string_view>>, kRequiredRuleCount> required_;
   std::optional<TextSet> enumTexts_;
   std::shared_ptr<const Pattern> pattern_;
   std::optional<UnionTag> union_;
+  std::optional<OptionTagNames> tagNames_;
 };
 
-/// Returns the name of every union tag anywhere in the schema. Members of all
-/// names are looked into, lists are not.
-OptionTagNames CollectOptionTagNames(const JsonValue& schema);
+/// Returns the node that describes one object of the type. It is made at the first
+/// call and kept with the schema, so that all validations share it.
+SchemaNode& ObjectNodeOf(const OrvoSchemaStore::SchemaObject& schema);
 
 }  // namespace OrvoConfigStore
