@@ -63,20 +63,6 @@ TEST(StoreHandle, TransactionFailuresAreResultsOrExceptionsAsTheyAreNamed) {
   EXPECT_EQ("", Thrown([&] { ConfigStoreTransaction(store.store).Commit(); }));
 }
 
-TEST(StoreHandle, WorksInAForkedChildAndInTheParentAfterwards) {
-  TestStore store;
-  Insert(store, "ntp");
-  for (const char* method : {"ptp", "manual", "ptp"}) {
-    EXPECT_EQ(0, InChild([&] {
-                const bool canRead = store.Get(kTimeSource) != "-";
-                Insert(store, method);
-                store.store.reset();
-                return canRead ? 0 : 1;
-              }));
-    EXPECT_EQ(R"({"method":")" + std::string(method) + "\"}", store.Get(kTimeSource));
-  }
-}
-
 TEST(StoreHandle, ThreadsWithHandlesOfTheirOwnLoseNothing) {
   TestStore store;
   std::vector<std::thread> threads;

@@ -107,29 +107,6 @@ TEST_P(OnABootHost, EndsAsDocumented) {
 }
 INSTANTIATE_TEST_SUITE_P(Csctl, OnABootHost, testing::ValuesIn(kBootCases), CaseName);
 
-// Commands that would make a store by looking for one, or fail unexplained.
-class WithoutAStore : public EmptyHost {};
-// clang-format off
-const Case kWithoutAStoreCases[] = {
-    {"Status", {"status"}, "", 7, {"csctl init"}},
-    {"BootStatus", {"boot", "status"}, "", 7, {"csctl init"}},
-    {"BootBegin", {"boot", "begin"}, "", 7, {"csctl init"}},
-    {"BootMode", {"boot", "mode", "apply"}, "", 7, {"csctl init"}},
-    {"Preview", {"boot", "preview"}, "", 7, {"csctl init"}},
-    {"StageSet", {"stage", "set"}, "{}", 7, {"csctl init"}},
-    {"StageDrop", {"stage", "drop"}, "", 7, {"csctl init"}},
-    {"Confirm", {"confirm", "--all"}, "", 7, {"csctl init"}},
-    {"Backup", {"backup"}, "", 7, {"csctl init"}},
-    {"DefaultsLoad", {"defaults", "load"}, "", 7, {"csctl init"}},
-    {"UpgradeStatus", {"upgrade", "status", "lib"}, "", 7, {"csctl init"}},
-};
-// clang-format on
-TEST_P(WithoutAStore, SaysSo) {
-  Expect(GetParam(), Run(GetParam().arguments, GetParam().input));
-  EXPECT_FALSE(fs::exists(root_.Resolve("/etc/halden/configstore/current-store-1")));
-}
-INSTANTIATE_TEST_SUITE_P(Csctl, WithoutAStore, testing::ValuesIn(kWithoutAStoreCases), CaseName);
-
 using BootCommands = BootHost;
 
 TEST_F(BootCommands, StagedValueIsPreviewedAppliedAndConfirmed) {
@@ -178,14 +155,6 @@ TEST_F(BootCommands, StagedDocumentReadsBackWithItsSecretsAndNames) {
   EXPECT_EQ(std::string::npos, (Run({"boot", "mode", "apply"}), Run({"boot", "preview"})).out.find("$6$hush"));
   ASSERT_EQ(0, Run({"stage", "set"}, masked).exit);
   EXPECT_EQ(whole, Json({"stage", "show", "--show-secrets"}));
-}
-
-TEST_F(BootCommands, RefusedDocumentLeavesWhatWasStaged) {
-  ASSERT_EQ(0, Run({"stage", "set"}, kStagedClock).exit);
-  EXPECT_EQ(3, Run({"stage", "set"}, InDocument(R"({"method":"x"})")).exit);
-  EXPECT_EQ(kStagedClock + "\n", Json({"stage", "show"}));
-  ASSERT_EQ(0, Run({"stage", "drop"}).exit);
-  EXPECT_EQ("{\"components\":{}}\n", Json({"stage", "show"}));
 }
 
 TEST_F(BootCommands, BackupIsOneFileThatBringsTheStoreBack) {

@@ -4,6 +4,8 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <regex>
+
 #include "lifecycle/test_host.h"
 
 using namespace OrvoConfigStore;
@@ -155,10 +157,7 @@ TEST(Restore, CommandsAreThoseTheHostKnows) {
                                      name + " \"$@\" >> $HALDEN_ROOT/commands; exec /usr/bin/" + name + " \"$@\"\n");
   }
   LoadStore(true);
-  std::string commands = host.root.Read("/commands");
-  for (size_t at; (at = commands.find(host.root.Path())) != std::string::npos;) {
-    commands.erase(at, host.root.Path().size());
-  }
+  const std::string commands = std::regex_replace(host.root.Read("/commands"), std::regex(host.root.Path()), "");
   EXPECT_EQ(
       "current-store-1 current-store-1-shm current-store-1-wal\n"
       "rm -f /etc/halden/configstore/current-store-1\n"
