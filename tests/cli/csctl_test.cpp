@@ -175,12 +175,11 @@ TEST_F(CsctlOn, OutputThatCannotBeWrittenIsAnError) {
 }
 
 TEST_F(CsctlOn, TerminalGetsNoControlCharacters) {
-  ASSERT_EQ(0, Run({"set", kUser + "@%1b", "--as", "auto"},
-                   "{\"login\":\"eve\",\"uid\":1,\"shell\":\"\x7f\xc2\x9b\xff\xc3\xa9\"}")
-                   .exit);
-  EXPECT_NE(std::string::npos,
-            RunOnTerminal(root_.Path(), {"get", kUser + "@%1B"}).find("\"\\u007f\\u009b\\ufffd\xc3\xa9\""));
-  EXPECT_NE(std::string::npos, Run({"get", kUser + "@%1B"}).out.find("\"\x7f\xc2\x9b\xff\xc3\xa9\""));
+  const std::string raw = "\x7f\xc2\x9b\xff\xc1\x9b\xc3\xa9q\\\"{";  // \xc1\x9b is too long a form of "["
+  ASSERT_EQ(0, Run({"set", kUser + "@%1b", "--as", "auto"}, R"({"login":"eve","uid":1,"shell":")" + raw + "\"}").exit);
+  EXPECT_NE(std::string::npos, RunOnTerminal(root_.Path(), {"get", kUser + "@%1B"})
+                                   .find("\"shell\": \"\\u007f\\u009b\\ufffd\\ufffd\\ufffd\xc3\xa9q\\\"{\""));
+  EXPECT_NE(std::string::npos, Run({"get", kUser + "@%1B"}).out.find("\"" + raw + "\""));
 }
 
 // Names that reach statements, messages and terminals: what set prints reads
