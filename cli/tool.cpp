@@ -11,6 +11,7 @@
 #include <map>
 
 #include "command.h"
+#include "completion.h"
 #include "failure.h"
 
 namespace csctl {
@@ -55,6 +56,9 @@ void CommandLine::Add(const Command& command) {
   }
   added->callback([this, run = command.setup(*added)] { chosen = run; });
 }
+
+/// Not listed: the shells' completion asks with it, "csctl complete WORD...".
+constexpr char kComplete[] = "complete";
 
 /// Whether --json is among the arguments, for errors found while parsing them.
 bool AsksForJson(int count, char** arguments) {
@@ -107,6 +111,10 @@ int RunChosen(CommandLine& line) {
 
 int RunTool(int count, char** arguments) {
   CommandLine line;
+  if (count > 1 && std::strcmp(arguments[1], kComplete) == 0) {
+    PrintCandidates(line.app, {arguments + std::min(2, count - 1), arguments + count}, std::cout);
+    return 0;
+  }
   try {
     line.app.parse(count, arguments);
   } catch (const CLI::Success& help) {
