@@ -4,14 +4,8 @@
 
 #include <string>
 
-/// How objects are written on the command line: COMPONENT/GROUP/KEY, followed
-/// by @INSTANCE where the type has instances.
-///
-/// 1. The first two "/" end the component and the group.
-/// 2. After them the first "@" begins the instance, and "#/" a field where a
-///    command takes one.
-/// 3. In every part "%XX" is the byte of that hexadecimal number, NUL excepted;
-///    so any name can be written, and a "/" in a key must be.
+/// How objects are written on the command line: as <configstore/object_name.h>
+/// has it, with "#/" and a path behind the name where a command takes a field.
 
 namespace csctl {
 
@@ -41,8 +35,7 @@ std::string FieldName(const std::string& path);
 /// Whether the field at `path` is `field` or in it; everything is in "".
 bool IsWithin(const std::string& path, const std::string& field);
 
-/// Returns the name of `id` such that it reads back as it, in a shell's command
-/// line too: everything but letters, digits and a few signs is escaped.
+/// Returns the name of `id`.
 std::string ObjectName(const OrvoConfigStore::ConfigStoreObjectId& id);
 
 }  // namespace csctl

@@ -16,6 +16,7 @@
 #include "configstore/lifecycle.h"
 #include "configstore/logging.h"
 #include "configstore/object_id.h"
+#include "configstore/object_name.h"
 #include "configstore/schema_tools.h"
 #include "configstore/upgrade_library.h"
 #include "configstore/validation.h"
