@@ -184,10 +184,20 @@ void CheckSource(const std::string& file) {
   if (problem != nullptr) {
     throw CommandFailed({Exit::kUsage, problem, file, "name a backup, a file as the host sees it"});
   }
+  if (access(ResolveHostPath(file).c_str(), R_OK) != 0) FailFile(errno, file, "run as a user who may read it");
   if (OrvoConfigStore::IsConsistentStore(file)) return;
   Failure failure{Exit::kInvalid, "this is not a consistent store", file, "name another backup; nothing was changed"};
   failure.detail = OrvoConfigStore::LastStorageError().message;
   throw CommandFailed(failure);
+}
+
+/// Fails with what keeps the store from being written now: the copying says only
+/// that it failed.
+[[noreturn]] void FailRestore(const std::string& path) {
+  const auto store = OpenStore();
+  if (store->BeginTransaction() != 0) throw CommandFailed(ExplainStorage(OrvoConfigStore::LastStorageError()));
+  store->CancelTransaction();
+  FailCopy(path);
 }
 
 Exit Restore(Session& session, const std::string& file) {
@@ -198,7 +208,7 @@ Exit Restore(Session& session, const std::string& file) {
   std::error_code error;
   if (!fs::exists(ResolveHostPath(store), error)) OrvoConfigStore::CreateDatabases();
   // Through the database, page by page: programs that have the store open see it change.
-  if (OrvoConfigStore::backup(file, store) != 0) FailCopy(store);
+  if (OrvoConfigStore::backup(file, store) != 0) FailRestore(store);
   session.PrintResult("restored from " + Printable(file) + "; \"csctl status\" shows what is pending in it",
                       JsonObject({{"restored", JsonString(file)}}));
   return Exit::kDone;
