@@ -13,6 +13,7 @@ at each run: one stands for another as long as the same one does throughout.
 """
 
 import argparse
+import os
 import pathlib
 import re
 import shutil
@@ -65,7 +66,8 @@ def run(examples, directory, path):
     script = []
     for example in examples:
         script += [example.script(), f"status=$?; printf '%s\\n' '{mark}'; (exit $status)"]
-    environment = {"PATH": path, "HOME": str(directory), "LC_ALL": "C.UTF-8", "HALDEN_ROOT": f"{directory}/host"}
+    environment = {**os.environ, "PATH": path, "HOME": str(directory), "LC_ALL": "C.UTF-8",
+                   "HALDEN_ROOT": f"{directory}/host"}
     done = subprocess.run(["bash", "-c", "\n".join(script)], cwd=directory, env=environment, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=120, check=False)
     parts = done.stdout.decode().split(mark + "\n")
@@ -118,7 +120,7 @@ def main():
     options.add_argument("--update", action="store_true")
     options.add_argument("files", nargs="+", type=pathlib.Path)
     chosen = options.parse_args()
-    path = "/usr/bin:/bin" if chosen.csctl is None else f"{chosen.csctl}:/usr/bin:/bin"
+    path = ":".join(filter(None, [chosen.csctl, os.environ["PATH"]]))
     good = True
     for file in chosen.files:
         lines = file.read_text().splitlines()
