@@ -7,6 +7,7 @@
 #include "configstore/config_store.h"
 #include "configstore/config_store_object.h"
 #include "configstore/context.h"
+#include "configstore/diagnostics.h"
 #include "configstore/documents.h"
 #include "configstore/errors.h"
 #include "configstore/filter_spec.h"

@@ -1,3 +1,5 @@
+#include "api/describe.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -108,6 +110,13 @@ void Describe(const JsonValue& node, const std::string& path, const std::string&
 }
 
 }  // namespace
+
+std::string DescribeRules(const JsonValue& node) {
+  const FieldDescription field = FieldOf(node, "", "");
+  std::string text = field.type;
+  for (const std::string& rule : field.rules) text += ", " + rule;
+  return text;
+}
 
 std::vector<FieldDescription> DescribeType(const ConfigStoreObjectId& id) {
   const std::shared_ptr<SchemaObject> schema = LookUpSchema(id);

@@ -64,7 +64,7 @@ class Importer {
 
   // Everything that can be said before anything is written.
   void Check() {
-    FindNullsAndRepeats(document_, errors_);
+    FindNullsAndRepeats(document_, AppendTo(errors_));
     if (!IsMerge()) RestoreSecrets();
     const JsonDocument& data = document_.storage->document;
     if (IsMerge()) {
@@ -77,7 +77,7 @@ class Importer {
     ThrowIfAny();
     for (const TypeEntry& entry : document_.entries) {
       NameInstances(entry, document_.storage->allocator);
-      CheckNames(entry, errors_);
+      CheckNames(entry, AppendTo(errors_));
     }
     ThrowIfAny();
   }

@@ -31,14 +31,14 @@ std::vector<std::shared_ptr<ConfigStoreObject>> ReadDocument(const std::string& 
   const ParsedDocument document = ParseDocument(text);
   JsonStorage& storage = *document.storage;
   std::vector<ErrorInfo> errors;
-  FindNullsAndRepeats(document, errors);
+  FindNullsAndRepeats(document, AppendTo(errors));
   const auto schema = AssembleDocumentSchema(storage.document, document.schemas, TypeNodes::Shape);
   const auto found = FindViolations(WriteKind::ApplyFile, schema->document, storage.document, storage.allocator);
   errors.insert(errors.end(), found.begin(), found.end());
   RequireNone(errors);
   for (const TypeEntry& entry : document.entries) {
     NameInstances(entry, storage.allocator);
-    CheckNames(entry, errors);
+    CheckNames(entry, AppendTo(errors));
   }
   RequireNone(errors);
   ObjectList objects;

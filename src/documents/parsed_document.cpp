@@ -1,6 +1,5 @@
 #include "documents/parsed_document.h"
 
-#include <set>
 #include <string_view>
 #include <unordered_set>
 
@@ -20,15 +19,36 @@ std::string_view InstanceKey(const SchemaObject& schema) {
   return TextOf(*FindValue(schema.GetJson(), "instanceId"));
 }
 
-// Why no instance can have this name; null when one can.
-const char* RefusalOf(const std::string& instanceId) {
-  if (instanceId.empty()) return "Non-Singleton object should contain instanceId";
-  if (instanceId.size() > OrvoSchemaStore::kMaxIdentifierBytes) return "instanceId is longer than 255 bytes";
-  return instanceId.find('\0') != std::string::npos ? "instanceId holds a NUL byte" : nullptr;
+// Why the element's name is none; empty when it is one, or when the validator has
+// said so already.
+std::string RefusalOf(const JsonValue& element, std::string_view idKey) {
+  const JsonValue* name = element.IsObject() ? FindValue(element, idKey) : nullptr;
+  if (name == nullptr || name->IsNull()) return "Required property missing: " + std::string(idKey);
+  if (!name->IsString()) return {};
+  const std::string_view text = TextOf(*name);
+  if (text.empty()) return "Non-Singleton object should contain instanceId";
+  if (text.size() > OrvoSchemaStore::kMaxIdentifierBytes) return "instanceId is longer than 255 bytes";
+  return text.find('\0') == std::string_view::npos ? "" : "instanceId holds a NUL byte";
 }
 
 std::string PathBelow(const std::string& path, const JsonValue& name) {
   return path + "/" + std::string(TextOf(name));
+}
+
+void Tell(const FindingListener& listener, const JsonValue& place, const std::string& path,
+          const std::string& message) {
+  listener({place, {}, path, message});
+}
+
+void FindNullLevels(const JsonValue& components, const FindingListener& listener) {
+  for (const auto& component : components.GetObject()) {
+    const std::string path = PathBelow("/components", component.name);
+    if (component.value.IsNull()) Tell(listener, component.value, path, kExpectedObject);
+    if (!component.value.IsObject()) continue;
+    for (const auto& group : component.value.GetObject()) {
+      if (group.value.IsNull()) Tell(listener, group.value, PathBelow(path, group.name), kExpectedObject);
+    }
+  }
 }
 
 }  // namespace
@@ -37,51 +57,53 @@ std::string TypeEntry::Path() const {
   return "/components/" + type.component + "/" + type.group + "/" + type.key;
 }
 
-std::shared_ptr<JsonStorage> ParseDocumentText(const std::string& text) {
+std::shared_ptr<JsonStorage> ReadDocumentText(const std::string& text, JsonReadFailure* failure) {
+  *failure = {0, "Text is longer than 1 GiB."};
+  if (text.size() > kMaxDocumentBytes) return nullptr;
   auto storage = std::make_shared<JsonStorage>(text.size());
-  JsonReadFailure failure{0, "Text is longer than 1 GiB."};
-  if (text.size() > kMaxDocumentBytes || !ReadJson(text, storage->document, &failure)) {
-    CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "JSON text refused at byte %zu: %s", failure.offset, failure.reason);
-    ThrowException<InvalidArgumentException>(CS_JSON_STRING_INVALID);
-  }
-  ComponentsOf(storage->document);
-  return storage;
+  return ReadJson(text, storage->document, failure) ? storage : nullptr;
+}
+
+void FindTypes(ParsedDocument& document) {
+  document.schemas = LookUpSchemas(document.storage->document);
+  ForEachType(document.storage->document, [&](const ConfigStoreObjectId& type, const JsonValue& value) {
+    const auto schema = document.schemas.find(type);
+    // The document is the caller's to change.
+    document.entries.push_back(
+        {type, schema == document.schemas.end() ? nullptr : schema->second, const_cast<JsonValue*>(&value)});
+  });
 }
 
 ParsedDocument ParseDocument(const std::string& text) {
   ParsedDocument document;
-  document.storage = ParseDocumentText(text);
-  document.schemas = LookUpSchemas(document.storage->document);
-  ForEachType(document.storage->document, [&](const ConfigStoreObjectId& type, const JsonValue& value) {
-    const auto schema = document.schemas.find(type);
-    // The document is this function's own.
-    document.entries.push_back(
-        {type, schema == document.schemas.end() ? nullptr : schema->second, const_cast<JsonValue*>(&value)});
-  });
+  JsonReadFailure failure;
+  document.storage = ReadDocumentText(text, &failure);
+  if (document.storage == nullptr) {
+    CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "JSON text refused at byte %zu: %s", failure.offset, failure.reason);
+    ThrowException<InvalidArgumentException>(CS_JSON_STRING_INVALID);
+  }
+  FindTypes(document);
   return document;
 }
 
-void FindNullsAndRepeats(const ParsedDocument& document, std::vector<ErrorInfo>& errors) {
-  for (const auto& component : ComponentsOf(document.storage->document).GetObject()) {
-    const std::string path = PathBelow("/components", component.name);
-    if (component.value.IsNull()) errors.push_back({path, kExpectedObject});
-    if (!component.value.IsObject()) continue;
-    for (const auto& group : component.value.GetObject()) {
-      if (group.value.IsNull()) errors.push_back({PathBelow(path, group.name), kExpectedObject});
-    }
-  }
+void FindNullsAndRepeats(const ParsedDocument& document, const FindingListener& listener) {
+  FindNullLevels(ComponentsOf(document.storage->document), listener);
   std::unordered_set<ConfigStoreObjectId> met;
   for (const TypeEntry& entry : document.entries) {
-    if (!met.insert(entry.type).second) errors.push_back({entry.Path(), "Type is there twice"});
+    if (!met.insert(entry.type).second) Tell(listener, *entry.value, entry.Path(), "Type is there twice");
     const bool isArray = entry.schema != nullptr && !entry.schema->IsSingleton();
     if (entry.value->IsNull()) {
-      errors.push_back({entry.Path(), isArray ? kExpectedArray : kExpectedObject});
+      Tell(listener, *entry.value, entry.Path(), isArray ? kExpectedArray : kExpectedObject);
     } else if (isArray && entry.value->IsArray()) {
       ForEachObject(entry, [&](const JsonValue& element) {
-        if (element.IsNull()) errors.push_back({entry.Path(), kExpectedObject});
+        if (element.IsNull()) Tell(listener, element, entry.Path(), kExpectedObject);
       });
     }
   }
+}
+
+FindingListener AppendTo(std::vector<ErrorInfo>& errors) {
+  return [&errors](const Finding& finding) { errors.push_back({finding.path, finding.message}); };
 }
 
 void NameInstances(const TypeEntry& entry, JsonAllocator& allocator) {
@@ -106,17 +128,17 @@ std::shared_ptr<ConfigStoreObject> MakeObject(const TypeEntry& entry, const Conf
                                              "", "", true, nullptr, nullptr);
 }
 
-void CheckNames(const TypeEntry& entry, std::vector<ErrorInfo>& errors) {
-  if (entry.schema->IsSingleton()) return;
+void CheckNames(const TypeEntry& entry, const FindingListener& listener) {
+  if (entry.schema->IsSingleton() || !entry.value->IsArray()) return;
   std::unordered_set<std::string> met;
-  ForEachObject(entry, [&](const JsonValue& data) {
-    const std::string instanceId = IdOf(entry, data).instanceId;
-    const char* refusal = RefusalOf(instanceId);
-    if (refusal != nullptr) {
-      errors.push_back({entry.Path(), refusal});
-    } else if (!met.insert(instanceId).second) {
-      errors.push_back({entry.Path(), "Duplicate instanceIds: " + instanceId});
+  ForEachObject(entry, [&](const JsonValue& element) {
+    if (!element.IsObject()) return;
+    const std::string instanceId = IdOf(entry, element).instanceId;
+    std::string refusal = RefusalOf(element, InstanceKey(*entry.schema));
+    if (refusal.empty() && !instanceId.empty() && !met.insert(instanceId).second) {
+      refusal = "Duplicate instanceIds: " + instanceId;
     }
+    if (!refusal.empty()) Tell(listener, element, entry.Path(), refusal);
   });
 }
 

@@ -8,6 +8,7 @@
 #include "configstore/errors.h"
 #include "platform/json_reader.h"
 #include "validation/document_rules.h"
+#include "validation/walk.h"
 
 /// A document as import, staging and diagnostics take it: parsed, its types found.
 
@@ -31,17 +32,21 @@ struct ParsedDocument {
   std::vector<TypeEntry> entries;  ///< in the order of the document
 };
 
-/// Parses a document without regard to its types. Throws
-/// InvalidArgumentException(1080) when the text is not JSON, "Invalid JSON" when it
-/// has no object "components".
-std::shared_ptr<JsonStorage> ParseDocumentText(const std::string& text);
+/// Returns the JSON of a text; null, with the reason, when it has none.
+std::shared_ptr<JsonStorage> ReadDocumentText(const std::string& text, JsonReadFailure* failure);
 
-/// The same, and finds its types.
+/// Finds the types of a document. Throws "Invalid JSON" without an object "components".
+void FindTypes(ParsedDocument& document);
+
+/// Both. Throws InvalidArgumentException(1080) when the text is not JSON.
 ParsedDocument ParseDocument(const std::string& text);
 
-/// Appends to `errors` what the validator does not see: a null in the place of a
+/// Tells `listener` what the validator does not see: a null in the place of a
 /// component, a group, a type or an instance, and a type that comes twice.
-void FindNullsAndRepeats(const ParsedDocument& document, std::vector<ErrorInfo>& errors);
+void FindNullsAndRepeats(const ParsedDocument& document, const FindingListener& listener);
+
+/// Returns a listener that appends what it hears to `errors`.
+FindingListener AppendTo(std::vector<ErrorInfo>& errors);
 
 /// Calls visit(data) for the object of an entry, or for each of its elements.
 template <class Visit>
@@ -62,8 +67,8 @@ ConfigStoreObjectId IdOf(const TypeEntry& entry, const JsonValue& data);
 std::shared_ptr<ConfigStoreObject> MakeObject(const TypeEntry& entry, const ConfigStoreObjectId& id,
                                               const JsonValue& data);
 
-/// Appends to `errors` what keeps the objects of an entry, which are valid, from
-/// being stored: a name that no object can have, or that two have.
-void CheckNames(const TypeEntry& entry, std::vector<ErrorInfo>& errors);
+/// Tells `listener` what keeps the objects of an entry from being stored beside what
+/// the validator sees: a name that no object can have, or that two have.
+void CheckNames(const TypeEntry& entry, const FindingListener& listener);
 
 }  // namespace OrvoConfigStore

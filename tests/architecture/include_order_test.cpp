@@ -29,14 +29,29 @@ const std::map<std::string, std::set<std::string>> kBelow = {
 
 // The layer that implements each public header.
 const std::map<std::string, std::string> kHeaderLayer = {
-    {"export.h", "platform"},       {"json_types.h", "platform"}, {"upgrade_library.h", "platform"},
-    {"errors.h", "errors"},         {"logging.h", "logging"},     {"object_id.h", "objects"},
-    {"json_document.h", "objects"}, {"base_object.h", "objects"}, {"config_store_object.h", "objects"},
-    {"filter_spec.h", "objects"},   {"context.h", "objects"},     {"validation.h", "validation"},
-    {"config_store.h", "api"},      {"boot_state.h", "api"},      {"host.h", "api"},
-    {"inspect.h", "api"},           {"watch.h", "api"},           {"lifecycle.h", "lifecycle"},
-    {"documents.h", "documents"},   {"configstore.h", "top"},     {"schema_tools.h", "api"},
+    {"export.h", "platform"},
+    {"json_types.h", "platform"},
+    {"upgrade_library.h", "platform"},
+    {"errors.h", "errors"},
+    {"logging.h", "logging"},
+    {"object_id.h", "objects"},
+    {"json_document.h", "objects"},
+    {"base_object.h", "objects"},
+    {"config_store_object.h", "objects"},
+    {"filter_spec.h", "objects"},
+    {"context.h", "objects"},
+    {"validation.h", "validation"},
+    {"config_store.h", "api"},
+    {"boot_state.h", "api"},
+    {"host.h", "api"},
+    {"inspect.h", "api"},
+    {"watch.h", "api"},
+    {"lifecycle.h", "lifecycle"},
+    {"documents.h", "documents"},
+    {"configstore.h", "top"},
+    {"schema_tools.h", "api"},
     {"object_name.h", "objects"},
+    {"diagnostics.h", "documents"},
 };
 
 const fs::path kSource = CONFIGSTORE_SOURCE_DIR;

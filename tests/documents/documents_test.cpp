@@ -201,7 +201,7 @@ const RefusedCase kRefused[] = {
     {"{'components':{'meterd':{'probes':{'probe':[{'name':'','rate':1},{'name':null,'rate':1},{'name':'a\\u0000',"
      "'rate':1}]}}}}",
      "1055 Import operation failed [/components/meterd/probes/probe: Non-Singleton object should contain instanceId; "
-     "/components/meterd/probes/probe: Non-Singleton object should contain instanceId; "
+     "/components/meterd/probes/probe: Required property missing: name; "
      "/components/meterd/probes/probe: instanceId holds a NUL byte]"},
     {"{'components':{'accessd':{'local':{'user_account':[{'cs_generated_id':'i','login':'a','uid':1},"
      "{'cs_generated_id':'i','login':'b','uid':2}]}}}}",
