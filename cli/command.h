@@ -29,6 +29,7 @@ const std::vector<Command>& TypeCommands();
 const std::vector<Command>& WriteCommands();
 const std::vector<Command>& ReadCommands();
 const std::vector<Command>& ExplainCommands();
+const std::vector<Command>& DocumentCommands();
 const std::vector<Command>& BootCommands();
 const std::vector<Command>& StageCommands();
 const std::vector<Command>& ConfirmCommands();

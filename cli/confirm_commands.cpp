@@ -79,7 +79,7 @@ Exit ConfirmPart(Session& session, const ConfirmOptions& options) {
   const ConfigStoreObjectId id = session.TakeObject(options.id);
   OpenStore();
   if (!OrvoConfigStore::ReadStoredRow(id)) FailNotFound("there is no such object", "\"csctl ls\" lists what is stored");
-  OrvoConfigStore::SetPartialBootStatus(ReadObject(id, options.part));
+  OrvoConfigStore::SetPartialBootStatus(ParseObject(id, ReadText(options.part)));
   const auto row = OrvoConfigStore::ReadStoredRow(id);
   const bool isWhole = !row || !row->desiredValue;
   session.PrintResult("confirmed " + session.where + (isWhole ? "" : " in part; the next load tries the rest again"),

@@ -2,8 +2,10 @@
 
 #include <cstring>
 #include <new>
+#include <set>
 #include <utility>
 
+#include "diagnosis.h"
 #include "json_text.h"
 
 namespace csctl {
@@ -102,6 +104,24 @@ std::string JsonViolation(const OrvoConfigStore::ErrorInfo& violation) {
   return JsonObject({{"field", JsonString(violation.field)}, {"error", JsonString(violation.error)}});
 }
 
+/// Returns the violations that no diagnostic tells. An object of a document may have
+/// been refused by itself, its fields from its own root.
+std::vector<OrvoConfigStore::ErrorInfo> Unplaced(const Failure& failure) {
+  std::set<std::pair<std::string, std::string>> placed;
+  for (const auto& found : failure.diagnostics) {
+    const std::string& field = found.violation.field;
+    const auto& object = found.object;
+    const std::string type = "/components/" + object.component + "/" + object.group + "/" + object.key;
+    placed.emplace(field, found.violation.error);
+    if (field.compare(0, type.size(), type) == 0) placed.emplace(field.substr(type.size()), found.violation.error);
+  }
+  std::vector<OrvoConfigStore::ErrorInfo> unplaced;
+  for (const auto& violation : failure.violations) {
+    if (placed.count({violation.field, violation.error}) == 0) unplaced.push_back(violation);
+  }
+  return unplaced;
+}
+
 /// Indents every line of `text` and makes it printable.
 std::string DetailLines(const std::string& text) {
   std::string lines;
@@ -152,7 +172,8 @@ std::string ToText(const Failure& failure, bool withDetail) {
   std::string text = "csctl: ";
   if (!failure.where.empty()) text += Printable(failure.where) + ": ";
   text += Printable(failure.message) + "\n";
-  for (const auto& violation : failure.violations) {
+  for (const auto& found : failure.diagnostics) text += "  " + DiagnosticLine(found) + "\n";
+  for (const auto& violation : Unplaced(failure)) {
     text += "  " + Printable(violation.field) + ": " + Printable(violation.error) + "\n";
   }
   if (!failure.next.empty()) text += "next: " + failure.next + "\n";
@@ -170,6 +191,11 @@ std::string ToJson(const Failure& failure, bool withDetail) {
       {"next", JsonString(failure.next)},
       {"violations", JsonArray(violations)},
   };
+  if (!failure.diagnostics.empty()) {
+    std::vector<std::string> diagnostics;
+    for (const auto& found : failure.diagnostics) diagnostics.push_back(DiagnosticJson(found));
+    members.emplace_back("diagnostics", JsonArray(diagnostics));
+  }
   if (withDetail) members.emplace_back("detail", JsonString(failure.detail));
   return JsonObject({{"error", JsonObject(members)}}) + "\n";
 }

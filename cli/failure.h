@@ -1,5 +1,6 @@
 #pragma once
 
+#include <configstore/diagnostics.h>
 #include <configstore/errors.h>
 #include <configstore/host.h>
 
@@ -19,7 +20,8 @@ struct Failure {
   std::string next;   ///< what the user can do about it; may be empty
   int code = 0;       ///< the library's, 0 for a failure that the tool found
   std::vector<OrvoConfigStore::ErrorInfo> violations = {};
-  std::string detail = {};  ///< what -v shows beside it
+  std::string detail = {};                                    ///< what -v shows beside it
+  std::vector<OrvoConfigStore::Diagnostic> diagnostics = {};  ///< of the text at fault; they stand for its violations
 };
 
 /// A failure on its way up to main.

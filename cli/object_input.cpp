@@ -13,34 +13,52 @@ using OrvoConfigStore::ConfigStore;
 using OrvoConfigStore::ConfigStoreObject;
 using OrvoConfigStore::ConfigStoreObjectId;
 using OrvoConfigStore::FilterSpecObject;
+using OrvoConfigStore::InvalidArgumentException;
 
-void BlameInput(const OrvoConfigStore::InvalidArgumentException& error, const std::string& file, const char* expected) {
-  Failure failure{Exit::kInvalid, error.what(), file == "-" ? "standard input" : file,
+namespace {
+
+[[noreturn]] void BlameInput(const InvalidArgumentException& error, const InputText& input, const char* expected) {
+  Failure failure{Exit::kInvalid, error.what(), input.name,
                   std::string("give ") + expected + " of at most 16 MiB and 512 levels; nothing was changed"};
   failure.code = error.GetErrorCode();
   failure.detail = error.toString();
+  if (const auto found = OrvoConfigStore::FindSyntaxError(input.text)) failure.diagnostics.push_back(*found);
   throw CommandFailed(failure);
 }
+
+/// Returns what `parse` makes of the input; what it refuses is blamed on that.
+template <class Parse>
+auto Parsed(const InputText& input, const char* expected, Parse parse) {
+  try {
+    return parse();
+  } catch (const InvalidArgumentException& error) {
+    BlameInput(error, input, expected);
+  }
+}
+
+}  // namespace
 
 void FailNotFound(const char* message, const char* next) {
   throw CommandFailed({Exit::kNotFound, message, "", next});
 }
 
-std::shared_ptr<ConfigStoreObject> ReadObject(const ConfigStoreObjectId& id, const std::string& file) {
-  return ReadJson(file, "one JSON object",
-                  [&](const std::string& text) { return ConfigStore::CreateObject(id, text); });
+InputText ReadText(const std::string& file) {
+  return {file == "-" ? "standard input" : file, ReadInput(file)};
 }
 
-std::vector<std::shared_ptr<ConfigStoreObject>> ReadInstances(const ConfigStoreObjectId& type,
-                                                              const std::string& file) {
-  return ReadJson(file, "a JSON array of objects",
-                  [&](const std::string& text) { return ConfigStore::CreateInstances(type, text); });
+std::shared_ptr<ConfigStoreObject> ParseObject(const ConfigStoreObjectId& id, const InputText& input) {
+  return Parsed(input, "one JSON object", [&] { return ConfigStore::CreateObject(id, input.text); });
 }
 
-std::shared_ptr<FilterSpecObject> ReadPattern(const ConfigStoreObjectId& type, const std::string& file) {
-  return ReadJson(file, "one JSON object", [&](const std::string& text) {
-    ConfigStore::CreateObject(type, text);  // refuses what is no object
-    return std::make_shared<FilterSpecObject>(type, OrvoConfigStore::CreateDocumentFromString(text));
+std::vector<std::shared_ptr<ConfigStoreObject>> ParseInstances(const ConfigStoreObjectId& type,
+                                                               const InputText& input) {
+  return Parsed(input, "a JSON array of objects", [&] { return ConfigStore::CreateInstances(type, input.text); });
+}
+
+std::shared_ptr<FilterSpecObject> ParsePattern(const ConfigStoreObjectId& type, const InputText& input) {
+  return Parsed(input, "one JSON object", [&] {
+    ConfigStore::CreateObject(type, input.text);  // refuses what is no object
+    return std::make_shared<FilterSpecObject>(type, OrvoConfigStore::CreateDocumentFromString(input.text));
   });
 }
 

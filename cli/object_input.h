@@ -21,29 +21,24 @@ constexpr char kTypeHelp[] = "The type: COMPONENT/GROUP/KEY, \"%XX\" for any byt
 
 [[noreturn]] void FailNotFound(const char* message, const char* next);
 
-[[noreturn]] void BlameInput(const OrvoConfigStore::InvalidArgumentException& error, const std::string& file,
-                             const char* expected);
+/// A JSON text and what it is called: a file's path, or "standard input".
+struct InputText {
+  std::string name;
+  std::string text;
+};
 
-/// Reads `file` and hands its text to `make`; what that refuses is blamed on the file.
-template <class Make>
-auto ReadJson(const std::string& file, const char* expected, Make make) {
-  const std::string text = ReadInput(file);
-  try {
-    return make(text);
-  } catch (const OrvoConfigStore::InvalidArgumentException& error) {
-    BlameInput(error, file, expected);
-  }
-}
+/// Reads a file, "-" for standard input. Throws CommandFailed(kUsage) when it cannot
+/// be read.
+InputText ReadText(const std::string& file);
 
-/// Read JSON of the type of `id` from a file, "-" for standard input: one object,
-/// an array of instances, a pattern. Throw CommandFailed(kInvalid) when the text
-/// is none, (kUsage) when the file cannot be read.
-std::shared_ptr<OrvoConfigStore::ConfigStoreObject> ReadObject(const OrvoConfigStore::ConfigStoreObjectId& id,
-                                                               const std::string& file);
-std::vector<std::shared_ptr<OrvoConfigStore::ConfigStoreObject>> ReadInstances(
-    const OrvoConfigStore::ConfigStoreObjectId& type, const std::string& file);
-std::shared_ptr<OrvoConfigStore::FilterSpecObject> ReadPattern(const OrvoConfigStore::ConfigStoreObjectId& type,
-                                                               const std::string& file);
+/// Make of a text what it is for: one object of the type of `id`, an array of
+/// instances, a pattern. Throw CommandFailed(kInvalid) when the text is none.
+std::shared_ptr<OrvoConfigStore::ConfigStoreObject> ParseObject(const OrvoConfigStore::ConfigStoreObjectId& id,
+                                                                const InputText& input);
+std::vector<std::shared_ptr<OrvoConfigStore::ConfigStoreObject>> ParseInstances(
+    const OrvoConfigStore::ConfigStoreObjectId& type, const InputText& input);
+std::shared_ptr<OrvoConfigStore::FilterSpecObject> ParsePattern(const OrvoConfigStore::ConfigStoreObjectId& type,
+                                                                const InputText& input);
 
 /// Returns a stored value as JSON: an object as it is, a damaged text as a string,
 /// null for none.

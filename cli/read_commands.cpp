@@ -169,7 +169,7 @@ Exit Find(Session& session, const FindOptions& options) {
   session.where = options.id;
   const ConfigStoreObjectId type = ParseTypeName(options.id);
   const auto store = OpenStore();
-  const auto found = store->GetInstances(ReadPattern(type, options.file));
+  const auto found = store->GetInstances(ParsePattern(type, ReadText(options.file)));
   std::vector<std::string> elements;
   for (const auto& object : found) {
     const std::string name = ObjectName(object->GetId());

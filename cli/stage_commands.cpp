@@ -1,31 +1,35 @@
 #include <configstore/boot_state.h>
-#include <configstore/errors.h>
+#include <configstore/documents.h>
 
 #include <CLI/CLI.hpp>
 
 #include "command.h"
+#include "diagnosis.h"
 #include "failure.h"
 #include "json_text.h"
 #include "object_input.h"
-#include "staged_document.h"
 
 namespace csctl {
 
 namespace {
 
-/// Parses the document of `file`; a text that is no JSON is blamed on the file.
-StagedObjects ReadStagedDocument(const std::string& file) {
-  return ReadJson(file, "one JSON object", [](const std::string& text) { return ParseStagedDocument(text); });
-}
-
 Exit SetStaged(Session& session, const std::string& file) {
-  session.where = file == "-" ? "standard input" : file;
+  const InputText input = ReadText(file);
+  session.where = input.name;
   OpenStore();
-  const StagedObjects objects = ReadStagedDocument(file);
-  OrvoConfigStore::SetDesiredUserConfig(objects);
-  const std::string count = std::to_string(objects.size());
-  session.PrintResult("staged " + count + " objects; \"csctl boot mode apply\" has the next load apply them",
-                      JsonObject({{"staged", count}}));
+  const auto diagnose = [&] { return OrvoConfigStore::DiagnoseDocument(input.text, OrvoConfigStore::DIAGNOSE_STAGE); };
+  const size_t count = WriteDiagnosed(input, diagnose, [&] {
+    const auto objects = OrvoConfigStore::ReadDocument(input.text);
+    if (objects.empty()) {
+      throw CommandFailed({Exit::kInvalid, "the document holds no object", "",
+                           "\"csctl stage drop\" forgets what is staged; nothing was changed"});
+    }
+    OrvoConfigStore::SetDesiredUserConfig(objects);
+    return objects.size();
+  });
+  const std::string number = std::to_string(count);
+  session.PrintResult("staged " + number + " objects; \"csctl boot mode apply\" has the next load apply them",
+                      JsonObject({{"staged", number}}));
   return Exit::kDone;
 }
 
@@ -42,7 +46,8 @@ Run SetUpShow(CLI::App& app) {
   AddShowSecrets(app, *options);
   return [options](Session& session) {
     OpenStore();
-    session.PrintJson(StagedDocument(OrvoConfigStore::ListStagedConfig(), options->showSecrets));
+    const auto secrets = options->showSecrets ? OrvoConfigStore::SECRETS_INCLUDED : OrvoConfigStore::SECRETS_MASKED;
+    session.PrintJson(OrvoConfigStore::WriteDocument(OrvoConfigStore::ListStagedConfig(), secrets));
     return Exit::kDone;
   };
 }

@@ -39,8 +39,8 @@ CommandLine::CommandLine() {
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
   for (const auto* group : {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(),
-                            &BootCommands(), &StageCommands(), &ConfirmCommands(), &BackupCommands(),
-                            &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
+                            &DocumentCommands(), &BootCommands(), &StageCommands(), &ConfirmCommands(),
+                            &BackupCommands(), &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "command.h"
+#include "diagnosis.h"
 #include "failure.h"
 #include "json_text.h"
 #include "object_input.h"
@@ -17,6 +18,7 @@ namespace csctl {
 using OrvoConfigStore::ConfigStore;
 using OrvoConfigStore::ConfigStoreObject;
 using OrvoConfigStore::ConfigStoreObjectId;
+using OrvoConfigStore::DIAGNOSE_FOR;
 using OrvoConfigStore::SchemaInfo;
 using OrvoConfigStore::StoredName;
 using OrvoConfigStore::USERDATA_CONTEXT;
@@ -32,18 +34,23 @@ constexpr USERDATA_CONTEXT kAuto{USERDATA_CONTEXT::AUTOCONFIGURATION};
 /// Where a write goes: one layer, of one object or of all instances of a type.
 struct Layer {
   const char* name;
+  DIAGNOSE_FOR use;
   void (*set)(ConfigStore& store, ObjectPointer object);
   void (*replace)(ConfigStore& store, ObjectList objects);
 };
 
 const Layer kLayers[] = {
-    {"user", [](ConfigStore& store, ObjectPointer object) { store.SetUserData(object, kUser); },
+    {"user", OrvoConfigStore::DIAGNOSE_USER,
+     [](ConfigStore& store, ObjectPointer object) { store.SetUserData(object, kUser); },
      [](ConfigStore& store, ObjectList objects) { store.SetUserDataInstances(objects, kUser); }},
-    {"auto", [](ConfigStore& store, ObjectPointer object) { store.SetUserData(object, kAuto); },
+    {"auto", OrvoConfigStore::DIAGNOSE_AUTO,
+     [](ConfigStore& store, ObjectPointer object) { store.SetUserData(object, kAuto); },
      [](ConfigStore& store, ObjectList objects) { store.SetUserDataInstances(objects, kAuto); }},
-    {"vital", [](ConfigStore& store, ObjectPointer object) { store.SetVitalData(object); },
+    {"vital", OrvoConfigStore::DIAGNOSE_VITAL,
+     [](ConfigStore& store, ObjectPointer object) { store.SetVitalData(object); },
      [](ConfigStore& store, ObjectList objects) { store.SetVitalDataInstances(objects); }},
-    {"cached", [](ConfigStore& store, ObjectPointer object) { store.SetCachedData(object); },
+    {"cached", OrvoConfigStore::DIAGNOSE_CACHED,
+     [](ConfigStore& store, ObjectPointer object) { store.SetCachedData(object); },
      [](ConfigStore& store, ObjectList objects) { store.SetCachedDataInstances(objects); }},
 };
 
@@ -62,6 +69,13 @@ struct WriteOptions {
     const auto found = std::find_if(std::begin(kLayers), std::end(kLayers),
                                     [this](const Layer& known) { return layer == known.name; });
     return found == std::end(kLayers) ? nullptr : found;
+  }
+
+  /// Returns what is wrong with `input`, data of `object`, as a text to be set.
+  std::vector<Diagnostic> DiagnoseSet(const ConfigStoreObjectId& object, const InputText& input) const {
+    const Layer* one = OneLayer();
+    const DIAGNOSE_FOR whole = as == "auto" ? OrvoConfigStore::DIAGNOSE_SET_BY_HOST : OrvoConfigStore::DIAGNOSE_SET;
+    return OrvoConfigStore::DiagnoseObject(object, input.text, one != nullptr ? one->use : whole);
   }
 };
 
@@ -108,12 +122,13 @@ Exit SetObject(Session& session, const WriteOptions& options) {
   ConfigStoreObjectId id = session.TakeObject(options.id);
   const auto store = OpenStore();
   if (options.create) NameNewInstance(session, id);
-  const ObjectPointer object = ReadObject(id, options.file);
-  if (const Layer* layer = options.OneLayer()) {
-    layer->set(*store, object);
-  } else {
+  const InputText input = ReadText(options.file);
+  const ObjectPointer object = ParseObject(id, input);
+  const auto diagnose = [&] { return options.DiagnoseSet(id, input); };
+  WriteDiagnosed(input, diagnose, [&] {
+    if (const Layer* layer = options.OneLayer()) return layer->set(*store, object);
     store->Set(object, options.Context());
-  }
+  });
   PrintStored(session, "stored", ObjectName(id), options.create);
   return Exit::kDone;
 }
@@ -132,7 +147,12 @@ Run SetUpSet(CLI::App& app) {
 Exit UpdateObject(Session& session, const WriteOptions& options) {
   const ConfigStoreObjectId id = session.TakeObject(options.id);
   const auto store = OpenStore();
-  store->Update(ReadObject(id, options.file), options.Context());
+  const InputText input = ReadText(options.file);
+  const ObjectPointer part = ParseObject(id, input);
+  const auto diagnose = [&] {
+    return OrvoConfigStore::DiagnoseObject(id, input.text, OrvoConfigStore::DIAGNOSE_UPDATE);
+  };
+  WriteDiagnosed(input, diagnose, [&] { store->Update(part, options.Context()); });
   PrintStored(session, "updated", ObjectName(id), false);
   return Exit::kDone;
 }
@@ -151,16 +171,17 @@ Exit ReplaceInstances(Session& session, const WriteOptions& options) {
   session.where = options.id;
   const ConfigStoreObjectId type = ParseTypeName(options.id);
   const auto store = OpenStore();
-  const ObjectList objects = ReadInstances(type, options.file);
+  const InputText input = ReadText(options.file);
+  const ObjectList objects = ParseInstances(type, input);
   if (objects.empty()) {
     throw CommandFailed({Exit::kInvalid, "the array is empty", "",
                          "\"csctl delete TYPE --all --yes\" deletes all instances; nothing was changed"});
   }
-  if (const Layer* layer = options.OneLayer()) {
-    layer->replace(*store, objects);
-  } else {
+  const auto diagnose = [&] { return options.DiagnoseSet(type, input); };
+  WriteDiagnosed(input, diagnose, [&] {
+    if (const Layer* layer = options.OneLayer()) return layer->replace(*store, objects);
     store->SetInstances(objects, options.Context());
-  }
+  });
   const std::string name = ObjectName(type), count = std::to_string(objects.size());
   session.PrintResult("replaced " + name + ": " + count + " instances",
                       JsonObject({{"replaced", JsonString(name)}, {"instances", count}}));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,10 @@ struct Diagnostic {
   std::string rule;                        ///< what is allowed there, "integer, from 576 to 9000"; may be empty
   std::string nearest;                     ///< the name that a name which is not known is nearest to; may be empty
 };
+
+/// Returns where a text stops being one JSON value of at most 1 GiB and 512 levels,
+/// and why; nothing when it is one.
+CONFIGSTORE_API std::optional<Diagnostic> FindSyntaxError(const std::string& text);
 
 /// Returns what is wrong with the text of a document, in its order; nothing means
 /// that the write will not refuse it as invalid, masked secrets excepted, of which

@@ -38,13 +38,13 @@ bool HasReference(const JsonValue& node) {
 }
 
 // What is wrong with a text that is not JSON.
-std::vector<Diagnostic> Unreadable(const std::string& text, const JsonReadFailure& failure) {
+Diagnostic Unreadable(const std::string& text, const JsonReadFailure& failure) {
   const TextPosition position = PositionCounter(text).At(failure.offset);
   Diagnostic diagnostic;
   diagnostic.violation.error = failure.reason;
   diagnostic.line = position.line;
   diagnostic.column = position.column;
-  return {diagnostic};
+  return diagnostic;
 }
 
 // --- documents ---
@@ -129,11 +129,17 @@ std::vector<Diagnostic> DiagnoseForm(const std::string& text, JsonStorage& stora
 
 }  // namespace
 
+std::optional<Diagnostic> FindSyntaxError(const std::string& text) {
+  JsonReadFailure failure;
+  if (ReadDocumentText(text, &failure) != nullptr) return std::nullopt;
+  return Unreadable(text, failure);
+}
+
 std::vector<Diagnostic> DiagnoseDocument(const std::string& text, DIAGNOSE_FOR use) {
   ParsedDocument document;
   JsonReadFailure failure;
   document.storage = ReadDocumentText(text, &failure);
-  if (document.storage == nullptr) return Unreadable(text, failure);
+  if (document.storage == nullptr) return {Unreadable(text, failure)};
   const JsonValue& data = document.storage->document;
   const JsonValue* components = data.IsObject() ? FindValue(data, "components") : nullptr;
   if (components == nullptr || !components->IsObject()) return DiagnoseForm(text, *document.storage, kUses[use]);
@@ -146,7 +152,7 @@ std::vector<Diagnostic> DiagnoseObject(const ConfigStoreObjectId& id, const std:
   CheckSchema(id, schema);
   JsonReadFailure failure;
   const std::shared_ptr<JsonStorage> storage = ReadDocumentText(text, &failure);
-  if (storage == nullptr) return Unreadable(text, failure);
+  if (storage == nullptr) return {Unreadable(text, failure)};
   const bool isList = storage->document.IsArray() && !schema->IsSingleton();
   const JsonValue& node = isList ? schema->GetJson() : schema->GetObjectNode();
   TypeEntry entry{{id.key, id.group, id.component}, schema, &storage->document};
