@@ -71,9 +71,7 @@ class DocumentDiagnosis {
     const auto schema = AssembleDocumentSchema(data, document_.schemas);
     VisitViolations(schema->document, data, ChecksOf(use_.kind), document_.storage->allocator, findings_.Errors());
     FindNullsAndRepeats(document_, findings_.Errors());
-    for (const TypeEntry& entry : document_.entries) {
-      if (entry.schema != nullptr) VisitEntry(entry);
-    }
+    for (const TypeEntry& entry : document_.entries) VisitEntry(entry);
     for (const auto& record : OrvoSchemaStore::SchemaStore::GetStore()->ListSchemas()) {
       types_.push_back(TypeName(record.component, record.group, record.key));
     }

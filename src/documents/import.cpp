@@ -85,7 +85,7 @@ class Importer {
   // A merge leaves it to each update.
   void RestoreSecrets() {
     for (const TypeEntry& entry : document_.entries) {
-      if (entry.schema == nullptr || !entry.schema->HasSecrets()) continue;
+      if (!entry.schema->HasSecrets()) continue;
       ForEachObject(entry, [&](JsonValue& data) {
         if (data.IsObject() && HasMaskedSecret(data, entry.schema->GetObjectNode())) RestoreSecretsOf(entry, data);
       });

@@ -69,8 +69,9 @@ void FindTypes(ParsedDocument& document) {
   ForEachType(document.storage->document, [&](const ConfigStoreObjectId& type, const JsonValue& value) {
     const auto schema = document.schemas.find(type);
     // The document is the caller's to change.
-    document.entries.push_back(
-        {type, schema == document.schemas.end() ? nullptr : schema->second, const_cast<JsonValue*>(&value)});
+    if (schema != document.schemas.end()) {
+      document.entries.push_back({type, schema->second, const_cast<JsonValue*>(&value)});
+    }
   });
 }
 
@@ -91,7 +92,7 @@ void FindNullsAndRepeats(const ParsedDocument& document, const FindingListener& 
   std::unordered_set<ConfigStoreObjectId> met;
   for (const TypeEntry& entry : document.entries) {
     if (!met.insert(entry.type).second) Tell(listener, *entry.value, entry.Path(), "Type is there twice");
-    const bool isArray = entry.schema != nullptr && !entry.schema->IsSingleton();
+    const bool isArray = !entry.schema->IsSingleton();
     if (entry.value->IsNull()) {
       Tell(listener, *entry.value, entry.Path(), isArray ? kExpectedArray : kExpectedObject);
     } else if (isArray && entry.value->IsArray()) {
@@ -116,7 +117,7 @@ void NameInstances(const TypeEntry& entry, JsonAllocator& allocator) {
 
 ConfigStoreObjectId IdOf(const TypeEntry& entry, const JsonValue& data) {
   ConfigStoreObjectId id = entry.type;
-  if (entry.schema == nullptr || entry.schema->IsSingleton() || !data.IsObject()) return id;
+  if (entry.schema->IsSingleton() || !data.IsObject()) return id;
   const JsonValue* name = FindValue(data, InstanceKey(*entry.schema));
   if (name != nullptr && name->IsString()) id.instanceId = TextOf(*name);
   return id;

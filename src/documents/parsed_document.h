@@ -16,11 +16,11 @@ namespace OrvoConfigStore {
 
 using ObjectList = std::vector<std::shared_ptr<ConfigStoreObject>>;
 
-/// What a document holds of one type.
+/// What a document holds of one registered type.
 struct TypeEntry {
   ConfigStoreObjectId type;
-  std::shared_ptr<SchemaObject> schema;  ///< null when the type is not registered
-  JsonValue* value;                      ///< in the document, of any JSON type
+  std::shared_ptr<SchemaObject> schema;
+  JsonValue* value;  ///< in the document, of any JSON type
 
   /// Returns its place, "/components/netd/ipstack/stack_settings".
   std::string Path() const;
@@ -29,7 +29,7 @@ struct TypeEntry {
 struct ParsedDocument {
   std::shared_ptr<JsonStorage> storage;
   SchemaMap schemas;
-  std::vector<TypeEntry> entries;  ///< in the order of the document
+  std::vector<TypeEntry> entries;  ///< of the types that are registered, in the order of the document
 };
 
 /// Returns the JSON of a text; null, with the reason, when it has none.
