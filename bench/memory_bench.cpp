@@ -1,4 +1,4 @@
-/// The peak memory of reading and of replacing 100,000 instances: each case in a
+/// The peak memory of reading, replacing, exporting and importing 100,000 instances: each case in a
 /// child process, which reads its own peak (VmHWM).
 
 #include <sys/wait.h>
@@ -45,15 +45,19 @@ Memory MeasureSet() {
   return {withList - before, Status("VmHWM") - withList};
 }
 
-Memory MeasureGet() {
-  bench::SampleHost host(0);
-  // Stored by a child of its own, so that no memory of the writing is left to be used again.
+// Stores the instances from a child, so that no memory of the writing is left to be used again.
+void FillByChild() {
   if (const pid_t writer = fork(); writer != 0) {
     waitpid(writer, nullptr, 0);
   } else {
     bench::ConfigStore::GetStore("")->SetInstances(bench::SampleObjects(kInstances), {});
     _exit(0);
   }
+}
+
+Memory MeasureGet() {
+  bench::SampleHost host(0);
+  FillByChild();
   ResetPeak();
   const double before = Status("VmRSS");
   const bench::ObjectList objects =
@@ -61,6 +65,28 @@ Memory MeasureGet() {
   if (objects.size() != kInstances) throw std::runtime_error("instances are missing");
   const double list = Status("VmRSS") - before;
   return {list, Status("VmHWM") - before - list};
+}
+
+// Into a sink that keeps nothing: the document itself is not in memory.
+Memory MeasureExport() {
+  const bench::SampleHost host(0);
+  FillByChild();
+  ResetPeak();
+  const double before = Status("VmRSS");
+  OrvoConfigStore::Export({}, [](std::string_view) {});
+  return {0, Status("VmHWM") - before};
+}
+
+// The list is the document's text.
+Memory MeasureImport() {
+  const bench::SampleHost host(0);
+  FillByChild();
+  const double before = Status("VmRSS");
+  const std::string document = OrvoConfigStore::Export();
+  const double withText = before + static_cast<double>(document.size());
+  ResetPeak();
+  OrvoConfigStore::Import(document);
+  return {static_cast<double>(document.size()), Status("VmHWM") - withText};
 }
 
 // Runs `measure` in a child and returns what it found.
@@ -104,5 +130,7 @@ void RegisterMemory(const char* operation, Memory (*measure)()) {
 int main(int argc, char** argv) {
   RegisterMemory("GetInstances", MeasureGet);
   RegisterMemory("SetInstances", MeasureSet);
+  RegisterMemory("Export", MeasureExport);
+  RegisterMemory("Import", MeasureImport);
   return bench::RunRegistered(argc, argv);
 }
