@@ -27,7 +27,7 @@ const Use kUses[] = {
     {WriteKind::Document, true},
 };
 
-const std::unordered_set<int> kReferences = {CHECK_REFERENCES};
+constexpr CheckSelection kReferences = {CHECK_REFERENCES};
 
 bool HasReference(const JsonValue& node) {
   if (!node.IsObject()) return false;

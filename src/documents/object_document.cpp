@@ -19,7 +19,7 @@ void RequireNone(const std::vector<ErrorInfo>& errors) {
 }
 
 // The order of a document.
-std::tuple<const std::string&, const std::string&, const std::string&, const std::string&> Place(
+std::tuple<const std::string&, const std::string&, const std::string&, const std::string&> PlaceInOrder(
     const std::shared_ptr<ConfigStoreObject>& object) {
   const ConfigStoreObjectId& id = object->GetId();
   return std::tie(id.component, id.group, id.key, id.instanceId);
@@ -51,7 +51,8 @@ std::vector<std::shared_ptr<ConfigStoreObject>> ReadDocument(const std::string& 
 std::string WriteDocument(const std::vector<std::shared_ptr<ConfigStoreObject>>& objects, EXPORT_SECRETS secrets,
                           DOCUMENT_LAYOUT layout) {
   ObjectList sorted = objects;
-  std::stable_sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return Place(a) < Place(b); });
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [](const auto& a, const auto& b) { return PlaceInOrder(a) < PlaceInOrder(b); });
   std::string text;
   const DocumentSink sink = [&text](std::string_view part) { text += part; };
   const auto stream = DocumentStream::Make(sink, layout);
