@@ -1,8 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
+#include "configstore/config_store_object.h"
+#include "configstore/context.h"
+#include "configstore/errors.h"
 #include "configstore/export.h"
 #include "configstore/json_types.h"
 
@@ -43,5 +48,13 @@ CONFIGSTORE_API void ValidateJson(const std::string& schemaText, const std::stri
 /// As ValidateJson; returns the array as JSON text, "[]" when the data is valid.
 CONFIGSTORE_API std::string ValidateJsonStr(const std::string& schemaText, const std::string& dataText,
                                             const std::unordered_set<int>& checks);
+
+/// Returns what ConfigStore::Set would refuse `object` for; empty means nothing.
+/// Nothing is written, and what Set would complete is not looked into: generated
+/// identifiers, and masks that stand for stored secrets. Throws
+/// ValidationException(2000) as Set does when the type is unknown or the identifier
+/// does not fit it, and InvalidTypeException(1030) when the data is no JSON object.
+CONFIGSTORE_API std::vector<ErrorInfo> CheckObject(const std::shared_ptr<ConfigStoreObject>& object,
+                                                   const USERDATA_CONTEXT& context);
 
 }  // namespace OrvoConfigStore

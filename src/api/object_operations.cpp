@@ -5,6 +5,7 @@
 #include "api/write_preparation.h"
 #include "configstore/errors.h"
 #include "configstore/logging.h"
+#include "configstore/validation.h"
 #include "objects/json_access.h"
 #include "store/reading.h"
 #include "store/writing.h"
@@ -32,6 +33,12 @@ void ConfigStoreImpl::Set(std::shared_ptr<ConfigStoreObject> object, const USERD
   ValidateSetByContext(schema, object, context);
   CheckBootContext(object, schema, context, connection_);
   SetInternal(object, schema, context, connection_);
+}
+
+std::vector<ErrorInfo> CheckObject(const std::shared_ptr<ConfigStoreObject>& object, const USERDATA_CONTEXT& context) {
+  const std::shared_ptr<SchemaObject> schema = LookUpSchema(object->GetId());
+  ValidateCsoId(object, schema);
+  return ViolationsBySet(schema, object, context);
 }
 
 void ConfigStoreImpl::Delete(const ConfigStoreObjectId& id) {

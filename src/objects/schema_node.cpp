@@ -43,6 +43,25 @@ const JsonValue* TagName(const JsonValue* value) {
   return name != nullptr && name->IsString() ? name : nullptr;
 }
 
+bool IsIdentifier(const JsonValue& node) {
+  const JsonValue* mark = node.IsObject() ? FindValue(node, "instanceId") : nullptr;
+  return mark != nullptr && mark->IsTrue();
+}
+
+// Whether data that the node describes can go to more layers than the user's.
+bool IsLayered(const JsonValue& node) {
+  if (!node.IsObject()) return false;
+  if (FindValue(node, "vital") != nullptr || FindValue(node, "cached") != nullptr) return true;
+  const JsonValue* items = FindValue(node, "items");
+  if (items != nullptr && IsLayered(*items)) return true;
+  const JsonValue* properties = FindValue(node, "properties");
+  if (properties == nullptr || !properties->IsObject()) return false;
+  int identifiers = 0;
+  return std::any_of(properties->MemberBegin(), properties->MemberEnd(), [&](const auto& property) {
+    return IsLayered(property.value) || (IsIdentifier(property.value) && ++identifiers > 1);
+  });
+}
+
 void CollectTagNames(const JsonValue& value, OptionTagNames& names) {
   if (!value.IsObject()) return;
   if (const JsonValue* name = TagName(FindValue(value, "optionDependency"))) names.emplace(TextOf(*name));
@@ -73,11 +92,6 @@ bool SchemaNode::IsTrue(Keyword keyword) {
   return value != nullptr && value->GetBool();
 }
 
-bool SchemaNode::IsMarked(Keyword keyword) {
-  const JsonValue* value = Find(keyword);
-  return value != nullptr && value->IsTrue();
-}
-
 SchemaType SchemaNode::Type() {
   if (!type_.has_value()) {
     const auto* const word = std::find(std::begin(kTypeWords), std::end(kTypeWords), TextOf(*Find(Keyword::Type)));
@@ -92,36 +106,25 @@ void SchemaNode::ReadProperties(const JsonValue& properties) {
     hasNamesTwice_ = hasNamesTwice_ || index.Find(TextOf(property.name)) != &property;
     properties_.push_back({TextOf(property.name), property.value});
   }
+  for (size_t i = 0; i < properties_.size(); ++i) properties_[i].next = &properties_[(i + 1) % properties_.size()];
 }
 
 // Members mostly stand in the order of the schema: the place behind the one that
-// was found last is looked at first.
-SchemaNode::PropertyNode* SchemaNode::FindProperty(std::string_view name) {
+// was found last is looked at first, where no name stands there twice.
+SchemaNode* SchemaNode::SearchProperty(std::string_view name) {
   if (!propertyIndex_.has_value()) {
     const JsonValue* properties = Find(Keyword::Properties);
     if (properties == nullptr) return nullptr;
     ReadProperties(*properties);
   }
-  if (expected_ >= properties_.size() || hasNamesTwice_ || properties_[expected_].name != name) {
-    const MemberIndex::Member* property = propertyIndex_->Find(name);
-    if (property == nullptr) return nullptr;
-    expected_ = propertyIndex_->PositionOf(property);
-  }
-  PropertyNode& found = properties_[expected_];
-  expected_ = expected_ + 1 == properties_.size() ? 0 : expected_ + 1;
-  return &found;
+  const MemberIndex::Member* member = propertyIndex_->Find(name);
+  if (member == nullptr) return nullptr;
+  PropertyNode& found = properties_[propertyIndex_->PositionOf(member)];
+  if (!hasNamesTwice_) expected_ = found.next;
+  return NodeOf(found);
 }
 
-SchemaNode* SchemaNode::AnyProperty(std::string_view name) {
-  PropertyNode* property = FindProperty(name);
-  if (property == nullptr) return nullptr;
-  if (property->node == nullptr) property->node = std::make_unique<SchemaNode>(property->json, this);
-  return property->node.get();
-}
-
-SchemaNode* SchemaNode::Property(std::string_view name) {
-  SchemaNode* property = AnyProperty(name);
-  if (property == nullptr || !property->node_.IsNull()) return property;
+SchemaNode* SchemaNode::AbsentProperty(std::string_view name) const {
   LogNull(name);
   return nullptr;
 }
@@ -183,6 +186,11 @@ const UnionTag* SchemaNode::Union() {
 const OptionTagNames& SchemaNode::TagNames() {
   if (!tagNames_.has_value()) CollectTagNames(node_, tagNames_.emplace());
   return *tagNames_;
+}
+
+bool SchemaNode::IsUserDataAlone() {
+  if (!isUserDataAlone_.has_value()) isUserDataAlone_ = !IsIdentifier(node_) && !IsLayered(node_);
+  return *isUserDataAlone_;
 }
 
 SchemaNode& ObjectNodeOf(const OrvoSchemaStore::SchemaObject& schema) {

@@ -98,14 +98,25 @@ class SchemaNode {
   /// Whether the keyword is there and true.
   bool IsTrue(Keyword keyword);
   /// Whether the keyword is there and the boolean true; any other type is not.
-  bool IsMarked(Keyword keyword);
+  bool IsMarked(Keyword keyword) {
+    const JsonValue* value = Find(keyword);
+    return value != nullptr && value->IsTrue();
+  }
 
   /// Returns what "type" says, which must be there.
   SchemaType Type();
   /// Returns the node of a member of the data, or null when none describes it.
-  SchemaNode* Property(std::string_view name);
+  SchemaNode* Property(std::string_view name) {
+    SchemaNode* property = AnyProperty(name);
+    return property == nullptr || !property->node_.IsNull() ? property : AbsentProperty(name);
+  }
   /// As Property, a node that is null in the schema included.
-  SchemaNode* AnyProperty(std::string_view name);
+  SchemaNode* AnyProperty(std::string_view name) {
+    PropertyNode* property = expected_;
+    if (property == nullptr || property->name != name) return SearchProperty(name);
+    expected_ = property->next;
+    return NodeOf(*property);
+  }
   /// Returns the node of an array's elements, or null.
   SchemaNode* Items();
 
@@ -120,6 +131,9 @@ class SchemaNode {
   /// Returns the "optionDependency", or null. Only an object with a string
   /// "name" counts as one; its "value" must be a list of texts.
   const UnionTag* Union();
+  /// Whether all data that the node describes is the user's: nothing is marked vital
+  /// or cached, and no object has two identifiers, which every layer would keep.
+  bool IsUserDataAlone();
   /// Returns the name of every union tag in this node and below. Members of all
   /// names are looked into, lists are not.
   const OptionTagNames& TagNames();
@@ -128,13 +142,19 @@ class SchemaNode {
   struct PropertyNode {
     std::string_view name;
     const JsonValue& json;
+    PropertyNode* next = nullptr;  // in the schema, the first behind the last
     std::unique_ptr<SchemaNode> node = nullptr;
   };
 
   void ReadKeywords();
   void ReadProperties(const JsonValue& properties);
   const JsonValue* Absent(Keyword keyword);
-  PropertyNode* FindProperty(std::string_view name);
+  SchemaNode* AbsentProperty(std::string_view name) const;
+  SchemaNode* SearchProperty(std::string_view name);
+  SchemaNode* NodeOf(PropertyNode& property) {
+    if (property.node == nullptr) property.node = std::make_unique<SchemaNode>(property.json, this);
+    return property.node.get();
+  }
   bool Enforces(RequiredRule rule, std::string_view name);
 
   const JsonValue& node_;
@@ -148,13 +168,14 @@ class SchemaNode {
   std::optional<MemberIndex> propertyIndex_;
   std::vector<PropertyNode> properties_;  // by place in "properties"
   bool hasNamesTwice_ = false;
-  size_t expected_ = 0;  // the place that is probably asked for next
+  PropertyNode* expected_ = nullptr;  // probably asked for next; null when that cannot be said
   std::unique_ptr<SchemaNode> items_;
   std::array<std::optional<std::vector<std::string_view>>, kRequiredRuleCount> required_;
   std::optional<TextSet> enumTexts_;
   std::shared_ptr<const Pattern> pattern_;
   std::optional<UnionTag> union_;
   std::optional<OptionTagNames> tagNames_;
+  std::optional<bool> isUserDataAlone_;
 };
 
 /// Returns the node that describes one object of the type. It is made at the first

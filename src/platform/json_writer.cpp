@@ -1,7 +1,10 @@
 #include "platform/json_reader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 #include <rapidjson/internal/dtoa.h>
 
@@ -12,6 +15,26 @@ namespace {
 
 bool IsEscaped(char c) {
   return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\';
+}
+
+// Whether any of eight bytes is escaped, all of them looked at together: a byte
+// from which more is taken than it holds gets its highest bit set.
+bool IsAnyEscaped(const char* eight) {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  constexpr uint64_t kHighest = kOnes << 7;
+  uint64_t bytes;
+  std::memcpy(&bytes, eight, sizeof bytes);
+  const uint64_t quotes = bytes ^ (kOnes * '"');
+  const uint64_t backslashes = bytes ^ (kOnes * '\\');
+  const uint64_t small =
+      ((bytes - kOnes * ' ') & ~bytes) | ((quotes - kOnes) & ~quotes) | ((backslashes - kOnes) & ~backslashes);
+  return (small & kHighest) != 0;
+}
+
+// Returns the first byte from `at` on that is escaped, or `end`.
+const char* FindEscaped(const char* at, const char* end) {
+  while (end - at >= 8 && !IsAnyEscaped(at)) at += 8;
+  return std::find_if(at, end, IsEscaped);
 }
 
 void WriteEscape(char c, std::string& out) {
@@ -104,16 +127,16 @@ bool WriteJson(const JsonValue& value, std::string& out, int depth) {
 }
 
 void WriteJsonText(std::string_view text, std::string& out) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
   out.push_back('"');
-  const char* written = text.data();
-  const char* const end = text.data() + text.size();
-  for (const char* at = written; at != end; ++at) {
-    if (!IsEscaped(*at)) continue;
-    out.append(written, static_cast<size_t>(at - written));
-    WriteEscape(*at, out);
-    written = at + 1;
+  for (;;) {
+    const char* const escaped = FindEscaped(at, end);
+    out.append(at, static_cast<size_t>(escaped - at));
+    if (escaped == end) break;
+    WriteEscape(*escaped, out);
+    at = escaped + 1;
   }
-  out.append(written, static_cast<size_t>(end - written));
   out.push_back('"');
 }
 

@@ -126,6 +126,13 @@ class SchemaStore::Cache {
     return now.size >= 0;
   }
 
+  // Returns the joined name of a type, valid until the next call. A part cannot
+  // hold NUL, so it is one type's alone.
+  const TypeName& NameOf(const std::string& component, const std::string& group, const std::string& key) {
+    name_.assign(component).append(1, '\0').append(group).append(1, '\0').append(key);
+    return name_;
+  }
+
   std::shared_ptr<SchemaObject>& operator[](const TypeName& name) { return schemas_[name]; }
 
   std::shared_ptr<SchemaObject> Find(const TypeName& name) const {
@@ -136,6 +143,7 @@ class SchemaStore::Cache {
  private:
   FileState state_;
   bool settled_ = false;
+  TypeName name_;  // memory that is used again
   std::unordered_map<TypeName, std::shared_ptr<SchemaObject>> schemas_;
 };
 
@@ -150,8 +158,7 @@ std::shared_ptr<SchemaStore> SchemaStore::GetStore() {
 std::shared_ptr<SchemaObject> SchemaStore::GetSchema(const std::string& component, const std::string& group,
                                                      const std::string& key) {
   if (!cache_->Refresh()) return nullptr;
-  // A name cannot hold NUL, so the joined text is one type's alone.
-  const std::string name = component + '\0' + group + '\0' + key;
+  const std::string& name = cache_->NameOf(component, group, key);
   std::shared_ptr<SchemaObject> schema = cache_->Find(name);
   if (schema != nullptr) return schema;
   const std::vector<SchemaRecord> records =

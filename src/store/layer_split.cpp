@@ -189,6 +189,7 @@ LayerValues BuildContextValues(const ConfigStoreObject& object, const SchemaObje
   SchemaNode& node = ObjectNodeOf(schema);
   LayerValues values;
   values.user = CategoryText(data, node, Category::User);
+  if (node.IsUserDataAlone()) return values;
   values.vital = CategoryText(data, node, Category::Vital);
   values.cached = CategoryText(data, node, Category::Cached);
   return values;

@@ -93,12 +93,20 @@ std::vector<ErrorInfo> FindViolations(WriteKind kind, const SchemaObject& schema
   return FindViolations(kind, ObjectNodeOf(schema), *data.GetJsonValuePtr(), data.document->GetAllocator());
 }
 
-void Enforce(WriteKind kind, const SchemaObject& schema, ConfigStoreObject& object) {
+std::vector<ErrorInfo> ViolationsOf(WriteKind kind, const SchemaObject& schema, ConfigStoreObject& object) {
   const std::shared_ptr<const JsonDoc> data = GetJsonDocPtrEx(&object);
   if (!data->GetJsonValuePtr()->IsObject()) {
     ThrowException<InvalidTypeException>(CS_TYPE_INVALID, "Expected Object.");
   }
-  ThrowIfAny(kind, FindViolations(kind, schema, *data));
+  return FindViolations(kind, schema, *data);
+}
+
+void Enforce(WriteKind kind, const SchemaObject& schema, ConfigStoreObject& object) {
+  ThrowIfAny(kind, ViolationsOf(kind, schema, object));
+}
+
+WriteKind SetBy(const USERDATA_CONTEXT& context) {
+  return context.kind == USERDATA_CONTEXT::EXTERNAL ? WriteKind::SetFromOutside : WriteKind::SetByHost;
 }
 
 }  // namespace
@@ -147,8 +155,13 @@ void ValidatePartialConfig(std::shared_ptr<SchemaObject> schema, std::shared_ptr
 
 void ValidateSetByContext(std::shared_ptr<SchemaObject> schema, std::shared_ptr<ConfigStoreObject> object,
                           const USERDATA_CONTEXT& context) {
-  const bool outside = context.kind == USERDATA_CONTEXT::EXTERNAL;
-  Enforce(outside ? WriteKind::SetFromOutside : WriteKind::SetByHost, *schema, *object);
+  Enforce(SetBy(context), *schema, *object);
+}
+
+std::vector<ErrorInfo> ViolationsBySet(const std::shared_ptr<SchemaObject>& schema,
+                                       const std::shared_ptr<ConfigStoreObject>& object,
+                                       const USERDATA_CONTEXT& context) {
+  return ViolationsOf(SetBy(context), *schema, *object);
 }
 
 void ValidateDefaultConfig(const JsonValue& schema, const JsonValue& data, JsonAllocator& allocator) {

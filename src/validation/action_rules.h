@@ -66,6 +66,11 @@ void ValidatePartialConfig(std::shared_ptr<SchemaObject> schema, std::shared_ptr
 void ValidateSetByContext(std::shared_ptr<SchemaObject> schema, std::shared_ptr<ConfigStoreObject> object,
                           const USERDATA_CONTEXT& context);
 
+/// What the one above would throw for.
+std::vector<ErrorInfo> ViolationsBySet(const std::shared_ptr<SchemaObject>& schema,
+                                       const std::shared_ptr<ConfigStoreObject>& object,
+                                       const USERDATA_CONTEXT& context);
+
 /// One value of a default-configuration file. Gives objects the generated
 /// identifier that they lack, from `allocator`, that of the document of `data`.
 void ValidateDefaultConfig(const JsonValue& schema, const JsonValue& data, JsonAllocator& allocator);

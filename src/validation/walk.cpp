@@ -118,7 +118,8 @@ void Walk::ReportAdditional(SchemaNode& schema, const JsonValue& data, const Jso
 }
 
 bool Walk::UnionTagHolds(SchemaNode& property, MemberIndex& siblings) {
-  const UnionTag* tag = checks.Has(CHECK_OPTION_DEPENDENCY) ? property.Union() : nullptr;
+  if (!checks.Has(CHECK_OPTION_DEPENDENCY) || property.FindAny(Keyword::OptionDependency) == nullptr) return true;
+  const UnionTag* tag = property.Union();
   if (tag == nullptr) return true;
   const bool known = tagNames.count(tag->name) != 0;
   const MemberIndex::Member* sibling = known ? siblings.Find(tag->name) : nullptr;
