@@ -8,6 +8,8 @@
 
 #include <rapidjson/error/en.h>
 
+#include "platform/json_plain.h"
+
 namespace OrvoConfigStore {
 namespace {
 
@@ -106,6 +108,14 @@ struct Generator {
   }
 };
 
+// The quick reader, likewise.
+struct PlainGenerator {
+  std::string_view text;
+  bool isDone = false;
+
+  bool operator()(JsonDocument& document) { return isDone = ReadPlainJson(text, document); }
+};
+
 }  // namespace
 
 JsonStorage::JsonStorage(size_t textLength)
@@ -117,7 +127,12 @@ std::shared_ptr<JsonStorage> CopyToStorage(const JsonValue& value) {
   return storage;
 }
 
-bool ReadJson(const std::string& text, JsonDocument& document, JsonReadFailure* failure) {
+bool ReadJson(std::string_view view, JsonDocument& document, JsonReadFailure* failure) {
+  document.SetNull();
+  PlainGenerator plain{view};
+  document.Populate(plain);
+  if (plain.isDone) return true;
+  const std::string text(view);  // with an ending NUL
   JsonReadFailure met;
   // The parser takes a NUL for the end of the text.
   const size_t nul = text.find('\0');
@@ -127,7 +142,6 @@ bool ReadJson(const std::string& text, JsonDocument& document, JsonReadFailure* 
   } else {
     met.reason = nullptr;
     Generator generator{text, met};
-    document.SetNull();
     document.Populate(generator);
     done = met.reason == nullptr;
   }

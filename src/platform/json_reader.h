@@ -37,7 +37,7 @@ struct JsonReadFailure {
 /// one JSON value within the depth bound. Numbers are exact: an integer that
 /// fits 64 bits stays one, every other number is the nearest double, and one
 /// that is not finite is refused, as is a raw NUL.
-bool ReadJson(const std::string& text, JsonDocument& document, JsonReadFailure* failure);
+bool ReadJson(std::string_view text, JsonDocument& document, JsonReadFailure* failure);
 
 /// Appends `value` as compact text to `out`; false, with `out` as it was, when
 /// it holds a number that is not finite or nests deeper than can be read back.

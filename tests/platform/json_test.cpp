@@ -3,6 +3,8 @@
 #include <limits>
 #include <random>
 
+#include <rapidjson/stringbuffer.h>
+
 #include "platform/json_members.h"
 #include "platform/json_reader.h"
 #include "support/test_store.h"
@@ -69,6 +71,32 @@ TEST(JsonText, RandomDoublesSurviveWritingAndReading) {
     ASSERT_TRUE(ReadJson(text, storage.document, nullptr) && storage.document.IsDouble()) << text;
     const double back = storage.document.GetDouble();
     ASSERT_EQ(0, std::memcmp(&number, &back, sizeof number)) << text;
+  }
+}
+
+// The library's own parser judges as ours, which takes most texts by a quick way.
+TEST(JsonText, DamagedTextsAreJudgedAsByThePlainParser) {
+  const std::string seeds[] = {
+      R"({"name":"a-1","n":[1,-20,1.25e2],"on":true,"off":null,"in":{"t":"long enough text"}})",
+      R"([ "\u00e4\n", "\"" , 123456789012345678, {"":{}} , [[ ]], false ])"};
+  const char bytes[] = "{}[]\",:\\ 0e.-\x01\xff";
+  std::mt19937_64 random(20260102);
+  for (int i = 0; i < 40000; ++i) {
+    std::string text = seeds[i % 2];
+    for (uint64_t changes = 1 + random() % 2; changes > 0; --changes) {
+      text[random() % text.size()] = bytes[random() % (sizeof bytes - 1)];
+    }
+    JsonStorage storage;
+    rapidjson::Document plain;
+    plain.Parse(text.c_str());
+    ASSERT_EQ(!plain.HasParseError(), ReadJson(text, storage.document, nullptr)) << text;
+    if (plain.HasParseError()) continue;
+    rapidjson::StringBuffer expected;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(expected);
+    plain.Accept(writer);
+    std::string written;
+    ASSERT_TRUE(WriteJson(storage.document, written));
+    ASSERT_EQ(expected.GetString(), written) << text;
   }
 }
 
