@@ -72,12 +72,21 @@ int ReadDataState(const std::shared_ptr<StoreConnection>& connection, DataState*
   return connection == nullptr ? NoConnection() : connection->ReadDataState(state);
 }
 
+int ExecuteNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text,
+                 const std::vector<std::string>& values, const std::vector<int>& types, int timeoutMs) {
+  return RunOn(connection, {text.form, &values, &types, nullptr, nullptr, timeoutMs, &text});
+}
+
+int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text, RowCallback callback,
+               void* context, int timeoutMs) {
+  return RunOn(connection, {text.form, nullptr, nullptr, callback, context, timeoutMs, &text});
+}
+
 int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection) {
-  const std::string sql = kReadKey;
   const std::vector<std::string> values = {key};
   const std::vector<int> types = {VALUE_TEXT};
   value->clear();
-  return RunOn(connection, {sql, &values, &types, TakeValue, value, kBusyTimeout});
+  return RunOn(connection, {kReadKey, &values, &types, TakeValue, value, kBusyTimeout});
 }
 
 int WriteKeyValue(const std::string& key, const std::string& value,

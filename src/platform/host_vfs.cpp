@@ -2,12 +2,12 @@
 
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <new>
 
 #include "platform/host_paths.h"
+#include "platform/process_identity.h"
 
 namespace DBStore {
 
@@ -103,7 +103,7 @@ const char* HostVfsName() {
 }
 
 void SeparateFromParent() {
-  const pid_t self = getpid();
+  const pid_t self = HaldenLib::ProcessId();
   const pid_t owner = Fork().owner.exchange(self);
   if (owner == 0 || owner == self) return;
   ++Fork().generation;

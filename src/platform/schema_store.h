@@ -63,6 +63,10 @@ class SchemaObject {
   /// long as the schema, and is made anew with it when the store has changed.
   std::shared_ptr<OrvoConfigStore::SchemaNode>& Compiled() const { return compiled_; }
 
+  /// What the layer of objects derives from the schema, kept with it; empty until
+  /// that is done. Used by the thread of the schema store alone.
+  std::shared_ptr<const void>& Companion() const { return companion_; }
+
  private:
   std::string version_;
   bool noRestore_;
@@ -73,6 +77,7 @@ class SchemaObject {
   bool hasSecrets_;
   bool hasGeneratedIds_;
   mutable std::shared_ptr<OrvoConfigStore::SchemaNode> compiled_;
+  mutable std::shared_ptr<const void> companion_;
 };
 
 /// The thread's view of the schema store. Schemas are kept parsed until the

@@ -6,7 +6,7 @@ namespace OrvoConfigStore {
 namespace {
 
 void AppendQuoted(std::string& out, std::string_view value) {
-  if (value.find('\0') != std::string_view::npos) ThrowPlatformFailure("A name cannot hold a NUL byte.");
+  CheckName(value);
   for (char c : value) {
     if (c == '\'') out.push_back(c);
     out.push_back(c);
@@ -29,6 +29,10 @@ int ReadPlace(std::string_view& rest, size_t& next) {
 }
 
 }  // namespace
+
+void CheckName(std::string_view name) {
+  if (name.find('\0') != std::string_view::npos) ThrowPlatformFailure("A name cannot hold a NUL byte.");
+}
 
 std::string FormatSql(std::string_view text, std::initializer_list<std::string_view> values) {
   size_t length = text.size();

@@ -12,4 +12,7 @@ namespace OrvoConfigStore {
 /// Throws ConfigStoreException(2000) for a value that holds a NUL byte.
 std::string FormatSql(std::string_view text, std::initializer_list<std::string_view> values);
 
+/// Throws as FormatSql does when `name` holds a NUL byte.
+void CheckName(std::string_view name);
+
 }  // namespace OrvoConfigStore

@@ -1,6 +1,7 @@
 // Running one statement on a connection:
 //
-//   1. The text is lifted and its statement taken from the cache, or prepared.
+//   1. The text is lifted and its statement taken from the cache, or prepared. A
+//      form is lifted once; one that cannot be is written out first.
 //   2. Before a write outside of a transaction: is the file still the one at
 //      the path, is its log in order. This may replace the handle, so the
 //      statement is let go of and taken again.
@@ -11,8 +12,8 @@
 #include <utility>
 
 #include "platform/db_failure.h"
+#include "platform/sql_format.h"
 #include "platform/store_connection.h"
-#include "platform/wal_upkeep.h"
 
 namespace DBStore {
 
@@ -119,12 +120,21 @@ class ScopedCount {
 }  // namespace
 
 int StoreConnection::Run(const Request& request) {
+  if (request.named != nullptr && !forms_.CanLift(request.named->form)) return RunWrittenOut(request);
   if (!EnsureOwnHandle()) return 1;
   if (HasLostTransaction()) return RefuseLost(request.sql);
   const int result = RunInternal(request);
   NoteTransaction(result == 0);
   if (result == 0) ClearFailure();
   return result;
+}
+
+int StoreConnection::RunWrittenOut(const Request& request) {
+  const std::string sql = OrvoConfigStore::FormatSql(request.named->form, request.named->names);
+  Request written = request;
+  written.sql = sql;
+  written.named = nullptr;
+  return Run(written);
 }
 
 int StoreConnection::RunInternal(const Request& request) {
@@ -157,8 +167,13 @@ int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) 
 /// runs as it stands.
 bool StoreConnection::Acquire(const Request& request, LiftedStatement* lifted, std::optional<StatementUse>* use) {
   int code = SQLITE_ERROR;
-  if (LiftLiterals(request.sql, lifted)) code = Prepare(lifted->text, use);
-  if ((code & 0xFF) == SQLITE_ERROR) {
+  if (request.named != nullptr) {
+    forms_.Lift(*request.named, lifted);
+    code = Prepare(lifted->text, use);
+  } else if (LiftLiterals(request.sql, lifted)) {
+    code = Prepare(lifted->text, use);
+  }
+  if ((code & 0xFF) == SQLITE_ERROR && request.named == nullptr) {
     lifted->text = request.sql;
     lifted->parameters.assign(CountOf(request), {true, {}});
     code = Prepare(lifted->text, use);
@@ -199,9 +214,9 @@ int StoreConnection::Step(sqlite3_stmt* statement, const Request& request) {
 }
 
 void StoreConnection::TrimLogAfterCommit() {
-  if (logPages_ == 0 || running_ > 0 || IsInTransaction()) return;
+  if (log_.pages == 0 || running_ > 0 || IsInTransaction()) return;
   SetBusyTimeout(0);
-  TrimLog(database_.get(), std::exchange(logPages_, 0));
+  TrimLog(database_.get(), &log_);
 }
 
 }  // namespace DBStore

@@ -1,12 +1,10 @@
 #include "platform/store_connection.h"
 
-#include <unistd.h>
-
 #include <utility>
 
 #include "platform/db_failure.h"
 #include "platform/host_paths.h"
-#include "platform/wal_upkeep.h"
+#include "platform/process_identity.h"
 
 namespace DBStore {
 
@@ -25,10 +23,14 @@ StoreConnection::StoreConnection(Type type)
     : path_(type == TYPE_STORE ? HaldenLib::kStoreFile : HaldenLib::kSchemaStoreFile),
       isPrivate_(false),
       hasLog_(type == TYPE_STORE),
-      owner_(getpid()) {}
+      owner_(HaldenLib::ProcessId()) {}
 
 StoreConnection::StoreConnection(Database copy)
-    : path_(HaldenLib::kStoreFile), isPrivate_(true), hasLog_(false), database_(std::move(copy)), owner_(getpid()) {}
+    : path_(HaldenLib::kStoreFile),
+      isPrivate_(true),
+      hasLog_(false),
+      database_(std::move(copy)),
+      owner_(HaldenLib::ProcessId()) {}
 
 StoreConnection::~StoreConnection() {
   AbandonInChild();
@@ -39,9 +41,8 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
   if (isPrivate_) return Fail(SQLITE_MISUSE, "a private copy belongs to the process that made it") == 0;
   database_ = OpenDatabase(path_, Access::ReadWrite, whenMissing, &file_);
   if (database_ == nullptr) return false;
-  WatchLog(database_.get(), &logPages_);
+  WatchLog(database_.get(), &log_);
   busyTimeout_ = kBusyTimeout;
-  logPages_ = 0;
   isLogEnsured_ = false;
   ++handles_;
   return true;
@@ -56,11 +57,11 @@ void StoreConnection::Close() {
 }
 
 void StoreConnection::AbandonInChild() {
-  if (owner_ == getpid()) return;
+  if (owner_ == HaldenLib::ProcessId()) return;
   // Deliberate: a leak. Closing would undo the parent's work with the parent's memory.
   statements_.Abandon();
   static_cast<void>(database_.release());
-  owner_ = getpid();
+  owner_ = HaldenLib::ProcessId();
   running_ = 0;
 }
 

@@ -10,19 +10,23 @@
 
 #include "platform/db_store.h"
 #include "platform/open_database.h"
+#include "platform/sql_forms.h"
 #include "platform/sql_literals.h"
 #include "platform/statement_cache.h"
+#include "platform/wal_upkeep.h"
 
 namespace DBStore {
 
-/// What Run is to do: a statement, the values of its "?", and where rows go.
+/// What Run is to do: a statement, the values of its "?", and where rows go. The
+/// statement is a form when it comes with names.
 struct Request {
-  const std::string& sql;
+  std::string_view sql;
   const std::vector<std::string>* values = nullptr;  // null for none
   const std::vector<int>* types = nullptr;
   RowCallback callback = nullptr;
   void* context = nullptr;
   int timeoutMs = kBusyTimeout;
+  const NamedText* named = nullptr;
 };
 
 /// One connection: SQLite's handle, its prepared statements, and how deep its
@@ -75,6 +79,7 @@ class StoreConnection {
 
   // statement_run.cpp: one statement
   int RunInternal(const Request& request);
+  int RunWrittenOut(const Request& request);
   int RunLifted(const Request& request, LiftedStatement* lifted);
   bool Acquire(const Request& request, LiftedStatement* lifted, std::optional<StatementUse>* use);
   int Prepare(const std::string& text, std::optional<StatementUse>* use);
@@ -85,7 +90,7 @@ class StoreConnection {
   // transactions.cpp: their levels
   int Levels() const { return depth_ + (hasTextLevel_ ? 1 : 0); }
   bool HasLostTransaction() const { return Levels() > 0 && !IsInTransaction(); }
-  int RefuseLost(const std::string& sql);
+  int RefuseLost(std::string_view sql);
   void NoteTransaction(bool succeeded);
   bool Undo(int level);
   void PopLevel();
@@ -97,12 +102,13 @@ class StoreConnection {
   FileIdentity file_;
   pid_t owner_;
   StatementCache statements_;
+  FormCache forms_;
   LiftedStatement lifted_;  // memory that is used again
 
   int busyTimeout_ = kBusyTimeout;
   int running_ = 0;  // statements under way: a row callback may run others
   int handles_ = 0;  // how many have been opened
-  int logPages_ = 0;
+  LogWatch log_;
   bool isLogEnsured_ = false;
 
   int depth_ = 0;

@@ -3,6 +3,7 @@
 // once where it should wait. The levels above are savepoints, named by depth.
 
 #include <string>
+#include <string_view>
 
 #include "platform/db_failure.h"
 #include "platform/store_connection.h"
@@ -16,13 +17,13 @@ std::string AtLevel(int level, const char* outermost, const char* savepoint) {
 }
 
 /// Whether the statement is ROLLBACK alone, which ends the whole transaction.
-bool IsRollback(const std::string& sql) {
+bool IsRollback(std::string_view sql) {
   constexpr char kWord[] = "ROLLBACK";
   constexpr char kAround[] = " \t\r\n\f\v;";
   const size_t begin = sql.find_first_not_of(kAround);
-  if (begin == std::string::npos) return false;
+  if (begin == std::string_view::npos) return false;
   const size_t length = sql.find_last_not_of(kAround) + 1 - begin;
-  return length == sizeof kWord - 1 && sqlite3_strnicmp(sql.c_str() + begin, kWord, sizeof kWord - 1) == 0;
+  return length == sizeof kWord - 1 && sqlite3_strnicmp(sql.data() + begin, kWord, sizeof kWord - 1) == 0;
 }
 
 }  // namespace
@@ -79,7 +80,7 @@ void StoreConnection::NoteTransaction(bool succeeded) {
 }
 
 /// Whoever began a transaction with a text ends it with one.
-int StoreConnection::RefuseLost(const std::string& sql) {
+int StoreConnection::RefuseLost(std::string_view sql) {
   if (depth_ > 0 || !IsRollback(sql)) return Fail(SQLITE_ABORT_ROLLBACK, "the transaction was rolled back");
   PopLevel();
   return 0;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "platform/host_log.h"
 #include "platform/host_paths.h"
@@ -20,11 +21,12 @@ namespace DBStore {
 
 namespace {
 
-constexpr int64_t kTrimAbove = int64_t{4} << 20;
+constexpr int64_t kReuseAbove = int64_t{7} << 19;
+constexpr int64_t kCutAbove = int64_t{4} << 20;
 constexpr int64_t kRefuseAbove = int64_t{16} << 20;
 
-int NoteLogLength(void* pages, sqlite3*, const char* database, int length) {
-  if (std::strcmp(database, "main") == 0) *static_cast<int*>(pages) = length;
+int NoteLogLength(void* watch, sqlite3*, const char* database, int length) {
+  if (std::strcmp(database, "main") == 0) static_cast<LogWatch*>(watch)->pages = length;
   return SQLITE_OK;
 }
 
@@ -37,11 +39,15 @@ int QueryText(sqlite3* database, const char* query, std::string* text) {
   return sqlite3_exec(database, query, store, text, nullptr);
 }
 
-int64_t BytesOf(sqlite3* database, int64_t pages) {
-  constexpr int64_t kFrameHeader = 24;
+int64_t PageSize(sqlite3* database) {
   std::string pageSize;
   QueryText(database, "PRAGMA page_size;", &pageSize);
-  return pages * (std::atoi(pageSize.c_str()) + kFrameHeader);
+  return std::atoi(pageSize.c_str());
+}
+
+int64_t BytesOf(int64_t pages, int64_t pageSize) {
+  constexpr int64_t kFrameHeader = 24;
+  return pages * (pageSize + kFrameHeader);
 }
 
 int64_t FileSize(const std::string& path) {
@@ -106,8 +112,9 @@ bool HasStoreTable(sqlite3* database) {
 
 }  // namespace
 
-void WatchLog(sqlite3* database, int* pages) {
-  sqlite3_wal_hook(database, NoteLogLength, pages);
+void WatchLog(sqlite3* database, LogWatch* watch) {
+  *watch = {};
+  sqlite3_wal_hook(database, NoteLogLength, watch);
 }
 
 void EnsureWriteAheadLog(sqlite3* database, const std::string& path) {
@@ -125,9 +132,15 @@ void EnsureWriteAheadLog(sqlite3* database, const std::string& path) {
                      path.c_str());
 }
 
-void TrimLog(sqlite3* database, int pages) {
-  constexpr int64_t kLargestFrame = 65536 + 24;
-  if (pages * kLargestFrame > kTrimAbove && BytesOf(database, pages) > kTrimAbove) EmptyLog(database, &pages);
+void TrimLog(sqlite3* database, LogWatch* watch) {
+  if (watch->pageSize == 0) watch->pageSize = PageSize(database);
+  int pages = std::exchange(watch->pages, 0);
+  const int64_t bytes = BytesOf(pages, watch->pageSize);
+  if (bytes > kCutAbove) {
+    EmptyLog(database, &pages);
+  } else if (bytes > kReuseAbove) {
+    sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
 }
 
 bool MakeRoomInLog(sqlite3* database, const std::string& path, int timeoutMs) {
@@ -139,7 +152,8 @@ bool MakeRoomInLog(sqlite3* database, const std::string& path, int timeoutMs) {
     int pages = -1;
     // A failure other than a held log shows in the write itself.
     if (EmptyLog(database, &pages) != LogState::Held) return true;
-    const bool isLong = pages < 0 || BytesOf(database, pages) > kRefuseAbove;  // the file may be longer than its log
+    const bool isLong =
+        pages < 0 || BytesOf(pages, PageSize(database)) > kRefuseAbove;  // the file may be longer than its log
     if (!isLong) return true;
     if (Clock::now() >= end) return false;
     std::this_thread::sleep_for(kPause);

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <cstdint>
 #include <string>
 
 /// Upkeep of the store's write-ahead log: setting the mode, and keeping the log
@@ -10,18 +11,25 @@
 
 namespace DBStore {
 
-/// Has `*pages` set to the length of the log after every commit of `database`;
-/// this replaces the automatic checkpoint.
-void WatchLog(sqlite3* database, int* pages);
+/// What a connection knows of the log.
+struct LogWatch {
+  int pages = 0;         // its length, set by a commit and cleared by TrimLog
+  int64_t pageSize = 0;  // in bytes, 0 while unknown; with a write-ahead log it never changes
+};
+
+/// Has `watch->pages` set to the length of the log after every commit of
+/// `database`; this replaces the automatic checkpoint.
+void WatchLog(sqlite3* database, LogWatch* watch);
 
 /// Sees to it that the store at `path` is in write-ahead mode. A file that
 /// somebody else uses stays as it is until a later call; one whose file system
 /// has no shared memory stays for good, with a line in the log.
 void EnsureWriteAheadLog(sqlite3* database, const std::string& path);
 
-/// Empties the log when the last commit has left more than 4 MiB in it and
-/// nobody holds it. Expects a busy time-out of 0.
-void TrimLog(sqlite3* database, int pages);
+/// Keeps the log within 4 MiB after a commit, unless somebody holds it. One that
+/// nears the bound is moved into the file and then written from its beginning
+/// again; one that is over it is cut, which costs more. Expects a busy time-out of 0.
+void TrimLog(sqlite3* database, LogWatch* watch);
 
 /// Empties a log of more than 16 MiB before a write transaction: as long as a
 /// reader holds it, tries again until `timeoutMs` have passed. Returns whether

@@ -73,6 +73,15 @@ TEST_F(StoreFiles, LogIsEmptiedAfterACommitThatLeavesMuchOnceNoReaderHoldsIt) {
   EXPECT_EQ("a b c d", host_.StoredKeys());
 }
 
+TEST_F(StoreFiles, LogThatNearsItsBoundIsWrittenFromItsBeginningAgain) {
+  const Connection connection = host_.Connect();
+  for (int i = 0; i < 40; ++i) {
+    ASSERT_EQ(0, host_.Put(connection, std::to_string(i), std::string(kMiB / 4, 'x')));
+    EXPECT_LT(0, LogSize());
+    EXPECT_GE(4 * kMiB, LogSize());
+  }
+}
+
 TEST_F(StoreFiles, LogOverItsBoundRefusesWritersWhileAReaderHoldsIt) {
   const Connection connection = host_.Connect();
   Connection reader = HoldLog();

@@ -1,4 +1,5 @@
 #include "platform/sql_format.h"
+#include "platform/sql_forms.h"
 #include "platform/sql_literals.h"
 #include "support/test_store.h"
 
@@ -40,6 +41,54 @@ TEST(SqlLiterals, InValuePositionAreLiftedOutOfTheText) {
     EXPECT_EQ(row.lifted, isLifted ? lifted.text : "") << row.sql;
     EXPECT_EQ(row.parameters, isLifted ? parameters : "") << row.sql;
   }
+}
+
+// Forms, with the names "n'1", "" and "3%s"; a form that is lifted must give what
+// lifting the filled text gives.
+struct FormCase {
+  const char* form;
+  bool canLift;
+};
+
+const FormCase kFormCases[] = {
+    {"SELECT a from Config WHERE Name='%s' and Id = '%s' and b='%s';", true},
+    {"INSERT INTO c VALUES ('%2$s', ?, (select a from c where i='%1$s' and j='%2$s'), '%3$s', ?)", true},
+    {"DELETE FROM c", true},
+    {"SELECT Value from'%s' WHERE Name='%s'", false},
+    {"update c set %1$s=null where n='%2$s'", false},
+    {"SELECT 1 WHERE '%1$s'='' or b='%1$s'", false},
+    {"SELECT 1 WHERE a='x%s'", false},
+    {"SELECT '%1$s'", false},
+    {"SELECT 1 -- '%s'", false},
+};
+
+TEST(Forms, AreLiftedAsTheTextsThatTheyMake) {
+  FormCache forms;
+  const NamedText made{{}, {"n'1", "", "3%s"}};
+  for (const FormCase& each : kFormCases) {
+    EXPECT_EQ(each.canLift, forms.CanLift(each.form)) << each.form;
+    if (!each.canLift) continue;
+    const std::string filled = OrvoConfigStore::FormatSql(each.form, made.names);
+    LiftedStatement expected, lifted;
+    ASSERT_TRUE(LiftLiterals(filled, &expected));
+    forms.Lift({each.form, made.names}, &lifted);
+    EXPECT_EQ(expected.text, lifted.text);
+    ASSERT_EQ(expected.parameters.size(), lifted.parameters.size());
+    for (size_t i = 0; i < lifted.parameters.size(); ++i) {
+      EXPECT_EQ(expected.parameters[i].isGiven, lifted.parameters[i].isGiven) << each.form << i;
+      EXPECT_EQ(expected.parameters[i].literal, lifted.parameters[i].literal) << each.form << i;
+    }
+  }
+}
+
+TEST(Forms, RefuseWhatCannotBeFilledIn) {
+  FormCache forms;
+  LiftedStatement lifted;
+  const std::string nul("a\0b", 3);
+  EXPECT_EQ("2000 A name cannot hold a NUL byte.", Thrown([&] {
+              forms.Lift({"SELECT 1 WHERE a='%s'", {nul}}, &lifted);
+            }));
+  EXPECT_NE("", Thrown([&] { forms.Lift({"SELECT 1 WHERE a='%2$s'", {"one"}}, &lifted); }));
 }
 
 TEST(SqlFormat, FillsPlacesInOnePassAndDoublesQuotes) {
