@@ -15,6 +15,13 @@ namespace OrvoConfigStore {
 
 class FilterSpecObject;
 
+/// What a row tells of an object besides its data.
+struct RowFacts {
+  std::string version;
+  std::string creationTime;
+  std::string modifiedTime;
+};
+
 /// A configuration object as read from and written to the store: identity, data,
 /// the store's metadata, and what the schema says of identifiers and defaults.
 ///
@@ -37,6 +44,9 @@ class CONFIGSTORE_API ConfigStoreObject final : public WritableObject {
                     const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema, const std::string& version,
                     const std::string& creationTime, const std::string& modifiedTime, bool fromSchema,
                     const std::shared_ptr<JsonDoc>& idMap, const std::shared_ptr<JsonDoc>& defaults);
+  /// As above, of `schema` (looked up when null) and of what a row says.
+  ConfigStoreObject(const ConfigStoreObjectId& id, std::shared_ptr<JsonDoc> data,
+                    const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema, RowFacts row);
   ~ConfigStoreObject();
 
   const JsonValue* GetValuePtrDefault(const char* key, bool& isDefault) const override;

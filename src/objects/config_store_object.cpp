@@ -11,6 +11,8 @@
 namespace OrvoConfigStore {
 namespace {
 
+using SchemaPointer = std::shared_ptr<OrvoSchemaStore::SchemaObject>;
+
 void LogCall(const char* operation, const SubObjectId& sid) {
   if (!CSLogger::WouldLog(CSLogger::LOG_PRIORITY_TRACE)) return;
   CSLogger::Log(CSLogger::LOG_PRIORITY_TRACE, "%s invoked for: %s", operation, sid.toString().c_str());
@@ -28,6 +30,25 @@ std::shared_ptr<JsonDoc> StepInto(const JsonDoc& doc, JsonNode step) {
   std::vector<JsonNode> path = doc.path;
   path.push_back(std::move(step));
   return std::make_shared<JsonDoc>(doc.document, doc.allocator, std::move(path));
+}
+
+SchemaPointer SchemaOr(const SchemaPointer& schema, const ConfigStoreObjectId& id) {
+  if (schema != nullptr) return schema;
+  return OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key);
+}
+
+// What all objects of a type share, kept with its schema.
+struct TypeDocuments {
+  std::shared_ptr<JsonDoc> idMap;
+  std::shared_ptr<JsonDoc> defaults;
+};
+
+const TypeDocuments& DocumentsOf(const OrvoSchemaStore::SchemaObject& schema) {
+  std::shared_ptr<const void>& kept = schema.Companion();
+  if (kept == nullptr) {
+    kept = std::make_shared<TypeDocuments>(TypeDocuments{DocOver(schema.GetIdMap()), DocOver(schema.GetDefaults())});
+  }
+  return *static_cast<const TypeDocuments*>(kept.get());
 }
 
 }  // namespace
@@ -50,13 +71,22 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id, const std::s
       creationTime_(creationTime),
       modifiedTime_(modifiedTime) {
   if (fromSchema) {
-    TakeIdMapAndDefaults(schema != nullptr
-                             ? schema
-                             : OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key));
+    TakeIdMapAndDefaults(SchemaOr(schema, id));
   } else {
     idMap_ = idMap;
     TakeDefaults(defaults);
   }
+  SetInstanceIdFromCsoId();
+}
+
+ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id, std::shared_ptr<JsonDoc> data,
+                                     const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema, RowFacts row)
+    : WritableObject(id, std::move(data)),
+      fromSchema_(true),
+      version_(std::move(row.version)),
+      creationTime_(std::move(row.creationTime)),
+      modifiedTime_(std::move(row.modifiedTime)) {
+  TakeIdMapAndDefaults(SchemaOr(schema, id));
   SetInstanceIdFromCsoId();
 }
 
@@ -68,8 +98,8 @@ void ConfigStoreObject::TakeIdMapAndDefaults(const std::shared_ptr<OrvoSchemaSto
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Schema object is null.");
     return;
   }
-  idMap_ = DocOver(schema->GetIdMap());
-  TakeDefaults(DocOver(schema->GetDefaults()));
+  idMap_ = DocumentsOf(*schema).idMap;
+  TakeDefaults(DocumentsOf(*schema).defaults);
 }
 
 void ConfigStoreObject::TakeDefaults(const std::shared_ptr<JsonDoc>& parent) {
@@ -135,8 +165,11 @@ void ConfigStoreObject::SetValueEx(const char* key, const void* value) {
 }
 
 void ConfigStoreObject::SetInstanceIdFromCsoId() {
-  const char* idKey = IdKeyOf(id_.key);
-  if (idKey != nullptr) SetValue(idKey, id_.instanceId);
+  const char* const idKey = IdKeyOf(id_.key);
+  if (idKey == nullptr) return;
+  const JsonValue* const current = GetValuePtr(idKey);
+  const bool isSet = current != nullptr && current->IsString() && TextOf(*current) == id_.instanceId;
+  if (!isSet) SetValue(idKey, id_.instanceId);
 }
 
 const char* ConfigStoreObject::IdKeyOf(const std::string& key) const {

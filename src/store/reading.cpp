@@ -1,12 +1,13 @@
 #include "store/reading.h"
 
+#include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "configstore/errors.h"
 #include "configstore/filter_spec.h"
 #include "configstore/logging.h"
 #include "objects/json_access.h"
-#include "platform/sql_format.h"
 #include "store/statements.h"
 #include "store/update_merge.h"
 
@@ -18,7 +19,7 @@ void LogDamage(const ConfigStoreObjectId& id, const char* column, const char* wh
                 what);
 }
 
-std::shared_ptr<JsonDoc> ParseLayer(const ConfigStoreObjectId& id, const char* column, const std::string& text) {
+std::shared_ptr<JsonDoc> ParseLayer(const ConfigStoreObjectId& id, const char* column, std::string_view text) {
   std::shared_ptr<JsonDoc> doc = NewDocument(text.size());
   JsonReadFailure failure;
   if (!ReadJson(text, *doc->document, &failure)) {
@@ -36,15 +37,34 @@ std::shared_ptr<JsonDoc> ParseLayer(const ConfigStoreObjectId& id, const char* c
   throw ConfigStoreException(CS_GENERAL, message.c_str());
 }
 
-// Runs a query for one object and returns its row, empty when there is none.
-RowMap ReadRow(const std::string& sql, const ConfigStoreObjectId& id, const Connection& connection) {
-  RowMap first;
+[[noreturn]] void ThrowGetFailed(const ConfigStoreObjectId& id) {
+  Throw("Get failed: " + id.toString() + ": " + DBStore::LastFailure().message);
+}
+
+std::shared_ptr<ConfigStoreObject> MakeLayer(const ConfigStoreObjectId& id, const char* column, std::string_view text,
+                                             const std::shared_ptr<SchemaObject>& schema, RowFacts facts) {
+  return std::make_shared<ConfigStoreObject>(id, ParseLayer(id, column, text), schema, std::move(facts));
+}
+
+// Runs a query for one object and returns what `toObject` makes of its row; an
+// empty pointer when there is none. Of several rows the first counts.
+template <class ToObject>
+std::shared_ptr<ConfigStoreObject> ReadOne(const DBStore::NamedText& query, const ConfigStoreObjectId& id,
+                                           const Connection& connection, ToObject toObject) {
+  std::shared_ptr<ConfigStoreObject> object;
   bool found = false;
-  const bool done = ForEachRow(connection, sql, [&](RowMap&& row) {
-    if (!std::exchange(found, true)) first = std::move(row);
+  const bool done = ForEachRow(connection, query, [&](const Row& row) {
+    if (!std::exchange(found, true)) object = toObject(row);
   });
-  if (!done) Throw("Get failed: " + id.toString() + ": " + DBStore::LastFailure().message);
-  return first;
+  if (!done) ThrowGetFailed(id);
+  return object;
+}
+
+std::shared_ptr<ConfigStoreObject> ReadMerged(const char* sql, const ConfigStoreObjectId& id,
+                                              const Connection& connection,
+                                              const std::shared_ptr<SchemaObject>& schema) {
+  return ReadOne({sql, {id.key, id.group, id.component, id.instanceId}}, id, connection,
+                 [&](const Row& row) { return MergeRow(id, row, schema); });
 }
 
 // Runs a query for all instances of a type and returns those that `toObject`
@@ -55,12 +75,12 @@ ObjectList ReadInstances(const char* sql, const std::shared_ptr<FilterSpecObject
                          ToObject toObject) {
   const ConfigStoreObjectId& type = filter->GetId();
   ObjectList instances;
-  const auto take = [&](RowMap&& row) {
+  const auto take = [&](const Row& row) {
     const ConfigStoreObjectId id(type.key, type.group, type.component, row.Text(kIdentifier));
     std::shared_ptr<ConfigStoreObject> object = toObject(id, row);
     if (object != nullptr) instances.push_back(std::move(object));
   };
-  if (!ForEachRow(connection, FormatSql(sql, {type.key, type.group, type.component}), take)) {
+  if (!ForEachRow(connection, {sql, {type.key, type.group, type.component}}, take)) {
     Throw("Read Instances failed for: " + type.toString());
   }
   return FilterConfigStoreObjects(instances, filter);
@@ -68,7 +88,7 @@ ObjectList ReadInstances(const char* sql, const std::shared_ptr<FilterSpecObject
 
 ObjectList ReadValueInstances(const char* sql, const std::shared_ptr<FilterSpecObject>& filter,
                               const Connection& connection, const std::shared_ptr<SchemaObject>& schema) {
-  return ReadInstances(sql, filter, connection, [&](const ConfigStoreObjectId& id, const RowMap& row) {
+  return ReadInstances(sql, filter, connection, [&](const ConfigStoreObjectId& id, const Row& row) {
     return LayerFromRow(id, row, kValue, schema);
   });
 }
@@ -76,20 +96,26 @@ ObjectList ReadValueInstances(const char* sql, const std::shared_ptr<FilterSpecO
 }  // namespace
 
 RowMap ReadObjectRow(const char* sql, const ConfigStoreObjectId& id, const Connection& connection) {
-  return ReadRow(FormatSql(sql, {id.key, id.group, id.component, id.instanceId}), id, connection);
+  RowMap first;
+  bool found = false;
+  const DBStore::NamedText query{sql, {id.key, id.group, id.component, id.instanceId}};
+  const bool done = ForEachRow(connection, query, [&](const Row& row) {
+    if (!std::exchange(found, true)) first = row.Keep();
+  });
+  if (!done) ThrowGetFailed(id);
+  return first;
 }
 
-std::shared_ptr<ConfigStoreObject> LayerFromRow(const ConfigStoreObjectId& id, const RowMap& row, const char* column,
+std::shared_ptr<ConfigStoreObject> LayerFromRow(const ConfigStoreObjectId& id, const Row& row, const char* column,
                                                 const std::shared_ptr<SchemaObject>& schema) {
-  const std::string* text = row.Find(column);
+  const char* const text = row.Find(column);
   if (text == nullptr) return nullptr;
-  return std::make_shared<ConfigStoreObject>(id, ParseLayer(id, column, *text), schema, row.Text(kVersion),
-                                             row.Text(kCreationTime), row.Text(kModifiedTime), true, nullptr, nullptr);
+  return MakeLayer(id, column, text, schema, {row.Text(kVersion), row.Text(kCreationTime), row.Text(kModifiedTime)});
 }
 
-std::shared_ptr<ConfigStoreObject> UserLayerFromRow(const ConfigStoreObjectId& id, const RowMap& row,
+std::shared_ptr<ConfigStoreObject> UserLayerFromRow(const ConfigStoreObjectId& id, const Row& row,
                                                     const std::shared_ptr<SchemaObject>& schema) {
-  return row.Text(kSuccess) == "1" ? LayerFromRow(id, row, kUserValue, schema) : nullptr;
+  return std::strcmp(row.Text(kSuccess), "1") == 0 ? LayerFromRow(id, row, kUserValue, schema) : nullptr;
 }
 
 std::shared_ptr<ConfigStoreObject> MergeConfig(std::shared_ptr<ConfigStoreObject> base,
@@ -100,7 +126,7 @@ std::shared_ptr<ConfigStoreObject> MergeConfig(std::shared_ptr<ConfigStoreObject
   return base;
 }
 
-std::shared_ptr<ConfigStoreObject> MergeRow(const ConfigStoreObjectId& id, const RowMap& row,
+std::shared_ptr<ConfigStoreObject> MergeRow(const ConfigStoreObjectId& id, const Row& row,
                                             const std::shared_ptr<SchemaObject>& schema) {
   return MergeConfig(LayerFromRow(id, row, kVitalValue, schema), LayerFromRow(id, row, kCachedValue, schema),
                      LayerFromRow(id, row, kAutoConfValue, schema), UserLayerFromRow(id, row, schema));
@@ -108,19 +134,20 @@ std::shared_ptr<ConfigStoreObject> MergeRow(const ConfigStoreObjectId& id, const
 
 std::shared_ptr<ConfigStoreObject> GetInternal(const ConfigStoreObjectId& id, const Connection& connection,
                                                const std::shared_ptr<SchemaObject>& schema) {
-  return MergeRow(id, ReadObjectRow(Sql::kGet, id, connection), schema);
+  return ReadMerged(Sql::kGet, id, connection, schema);
 }
 
 std::shared_ptr<ConfigStoreObject> GetConfigByContext(const ConfigStoreObjectId& id, const Connection& connection,
                                                       const USERDATA_CONTEXT& context,
                                                       const std::shared_ptr<SchemaObject>& schema) {
   const char* sql = context.kind == USERDATA_CONTEXT::EXTERNAL ? Sql::kGetForUser : Sql::kGetForAutoConf;
-  return MergeRow(id, ReadObjectRow(sql, id, connection), schema);
+  return ReadMerged(sql, id, connection, schema);
 }
 
 std::shared_ptr<ConfigStoreObject> GetDesiredInternal(const ConfigStoreObjectId& id, const Connection& connection,
                                                       const std::shared_ptr<SchemaObject>& schema) {
-  return LayerFromRow(id, ReadObjectRow(Sql::kGetDesired, id, connection), kValue, schema);
+  return ReadOne({Sql::kGetDesired, {id.key, id.group, id.component, id.instanceId}}, id, connection,
+                 [&](const Row& row) { return LayerFromRow(id, row, kValue, schema); });
 }
 
 std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObjectId& id, const Connection& connection,
@@ -131,7 +158,7 @@ std::shared_ptr<ConfigStoreObject> GetDefaultConfigInternal(const ConfigStoreObj
 ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter, const Connection& connection,
                                       const std::shared_ptr<SchemaObject>& schema) {
   return ReadInstances(Sql::kGetInstances, filter, connection,
-                       [&](const ConfigStoreObjectId& id, const RowMap& row) { return MergeRow(id, row, schema); });
+                       [&](const ConfigStoreObjectId& id, const Row& row) { return MergeRow(id, row, schema); });
 }
 
 ObjectList GetDefaultConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
@@ -148,12 +175,13 @@ ObjectList GetDesiredUserConfigInstancesInternal(const std::shared_ptr<FilterSpe
 
 std::shared_ptr<ConfigStoreObject> Read(const char* table, const ConfigStoreObjectId& id, bool confirmedOnly,
                                         const Connection& connection, const std::shared_ptr<SchemaObject>& schema) {
-  const std::string sql = id.instanceId.empty()
-                              ? FormatSql(confirmedOnly ? Sql::kReadConfirmedSingleton : Sql::kReadSingleton,
-                                          {table, id.key, id.component, id.group})
-                              : FormatSql(confirmedOnly ? Sql::kReadConfirmedInstance : Sql::kReadInstance,
-                                          {table, id.key, id.component, id.instanceId, id.group});
-  return LayerFromRow(id, ReadRow(sql, id, connection), kValue, schema);
+  const auto take = [&](const Row& row) { return LayerFromRow(id, row, kValue, schema); };
+  if (id.instanceId.empty()) {
+    const char* const sql = confirmedOnly ? Sql::kReadConfirmedSingleton : Sql::kReadSingleton;
+    return ReadOne({sql, {table, id.key, id.component, id.group}}, id, connection, take);
+  }
+  const char* const sql = confirmedOnly ? Sql::kReadConfirmedInstance : Sql::kReadInstance;
+  return ReadOne({sql, {table, id.key, id.component, id.instanceId, id.group}}, id, connection, take);
 }
 
 }  // namespace OrvoConfigStore

@@ -65,12 +65,12 @@ RowMap ReadObjectRow(const char* sql, const ConfigStoreObjectId& id, const Conne
 /// is absent. A text that is no JSON throws InvalidArgumentException(1080), one
 /// that is no JSON object ConfigStoreException(2000); a log line at priority 0
 /// names the object and the column just before.
-std::shared_ptr<ConfigStoreObject> LayerFromRow(const ConfigStoreObjectId& id, const RowMap& row, const char* column,
+std::shared_ptr<ConfigStoreObject> LayerFromRow(const ConfigStoreObjectId& id, const Row& row, const char* column,
                                                 const std::shared_ptr<SchemaObject>& schema);
 
 /// Returns the user layer of a row, which counts only once the row is confirmed
 /// (Success 1).
-std::shared_ptr<ConfigStoreObject> UserLayerFromRow(const ConfigStoreObjectId& id, const RowMap& row,
+std::shared_ptr<ConfigStoreObject> UserLayerFromRow(const ConfigStoreObjectId& id, const Row& row,
                                                     const std::shared_ptr<SchemaObject>& schema);
 
 /// Folds three layers over `base`, in this order; any may be an empty pointer.
@@ -81,7 +81,7 @@ std::shared_ptr<ConfigStoreObject> MergeConfig(std::shared_ptr<ConfigStoreObject
 
 /// Folds the layers of `row` into one object. A layer whose column is absent is
 /// skipped, so that rows of any read statement can be passed.
-std::shared_ptr<ConfigStoreObject> MergeRow(const ConfigStoreObjectId& id, const RowMap& row,
+std::shared_ptr<ConfigStoreObject> MergeRow(const ConfigStoreObjectId& id, const Row& row,
                                             const std::shared_ptr<SchemaObject>& schema);
 
 }  // namespace OrvoConfigStore

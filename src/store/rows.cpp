@@ -12,15 +12,42 @@ bool SameColumn(std::string_view a, std::string_view b) {
 }
 
 int VisitRow(void* context, int columns, char** texts, char** names) {
-  RowMap row(static_cast<size_t>(columns));
-  for (int i = 0; i < columns; ++i) {
-    if (texts[i] != nullptr) row.Add(names[i], texts[i]);
-  }
-  (*static_cast<const std::function<void(RowMap &&)>*>(context))(std::move(row));
+  (*static_cast<const std::function<void(RowMap &&)>*>(context))(Row(columns, texts, names).Keep());
   return 0;
 }
 
+// Most columns differ in their first letter, which is cheap to see.
+bool SameColumn(const char* a, const char* b) {
+  constexpr int kCaseBit = 0x20;
+  return ((*a ^ *b) & ~kCaseBit) == 0 && strcasecmp(a, b) == 0;
+}
+
 }  // namespace
+
+const char* Row::Find(const char* column) const {
+  if (kept_ != nullptr) {
+    const std::string* const text = kept_->Find(column);
+    return text == nullptr ? nullptr : text->c_str();
+  }
+  for (int i = 0; i < columns_; ++i) {
+    if (SameColumn(names_[i], column)) return texts_[i];
+  }
+  return nullptr;
+}
+
+const char* Row::Text(const char* column) const {
+  const char* text = Find(column);
+  return text == nullptr ? "" : text;
+}
+
+RowMap Row::Keep() const {
+  if (kept_ != nullptr) return *kept_;
+  RowMap kept(static_cast<size_t>(columns_));
+  for (int i = 0; i < columns_; ++i) {
+    if (texts_[i] != nullptr) kept.Add(names_[i], texts_[i]);
+  }
+  return kept;
+}
 
 void RowMap::Add(std::string_view column, std::string_view text) {
   columns_.emplace_back(column, text);

@@ -9,12 +9,38 @@
 #include <vector>
 
 #include "platform/db_store.h"
+#include "platform/sql_forms.h"
 
 namespace OrvoConfigStore {
 
-/// One result row, column name to text. A NULL column is absent: that is how an
-/// unset layer differs from an empty one. Names are compared without regard to
-/// case, since statements and tables spell them differently.
+class RowMap;
+
+/// The current row of a query, or a kept one, which it refers to: valid until the
+/// visit returns.
+/// A NULL column is absent: that is how an unset layer differs from an empty one.
+/// Names are compared without regard to case, since statements and tables spell
+/// them differently.
+class Row {
+ public:
+  Row(int columns, char** texts, char** names) : columns_(columns), texts_(texts), names_(names) {}
+  /// Not explicit: what takes rows takes kept ones as well.
+  Row(const RowMap& kept) : kept_(&kept) {}
+
+  /// Returns the column's text, or null when it is absent.
+  const char* Find(const char* column) const;
+  /// Returns the column's text, empty when it is absent.
+  const char* Text(const char* column) const;
+  /// Returns a copy that may be kept.
+  RowMap Keep() const;
+
+ private:
+  const RowMap* kept_ = nullptr;
+  int columns_ = 0;
+  char** texts_ = nullptr;
+  char** names_ = nullptr;
+};
+
+/// A result row that is kept, column name to text; absence and names as in a Row.
 class RowMap {
  public:
   /// An empty row with room for `columns` of them.
@@ -36,5 +62,17 @@ class RowMap {
 /// when it failed. What `visit` throws ends the query and passes through.
 bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, const std::string& sql,
                 const std::function<void(RowMap&&)>& visit);
+
+/// Runs a form and hands each row to `visit`, a callable that takes a Row; else as
+/// above. Throws what FormatSql throws.
+template <class Visit>
+bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, const DBStore::NamedText& text,
+                Visit visit) {
+  const auto give = [](void* context, int columns, char** texts, char** names) {
+    (*static_cast<Visit*>(context))(Row(columns, texts, names));
+    return 0;
+  };
+  return DBStore::QueryNamed(connection, text, give, &visit, DBStore::kBusyTimeout) == 0;
+}
 
 }  // namespace OrvoConfigStore
