@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -139,6 +141,20 @@ class CONFIGSTORE_API ConfigStore : public std::enable_shared_from_this<ConfigSt
   ConfigStore& operator=(const ConfigStore&) = delete;
   ~ConfigStore() = default;
 };
+
+/// Hands the merged instances that match to `visit`, one after the other in the
+/// order of GetInstances, and holds no more than one itself. `visit` may use the
+/// store; what it throws ends the visit and passes through. Throws as GetInstances.
+CONFIGSTORE_API void VisitInstances(const std::shared_ptr<ConfigStore>& store,
+                                    const std::shared_ptr<FilterSpecObject>& filter,
+                                    const std::function<void(const std::shared_ptr<ConfigStoreObject>&)>& visit);
+
+/// Bounds, for every handle of this process, the memory in which a handle keeps
+/// the objects that it has read again and again; 0 turns that off. Reading one of
+/// them again asks the database whether anything was committed meanwhile, by
+/// whomever, and if not gives a copy. Without a call the environment variable
+/// HALDEN_READ_CACHE decides, and 262144 without that.
+CONFIGSTORE_API void SetReadCacheLimit(size_t bytes);
 
 /// A transaction that is cancelled unless it is committed.
 class CONFIGSTORE_API ConfigStoreTransaction {

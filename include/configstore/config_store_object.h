@@ -92,7 +92,6 @@ class CONFIGSTORE_API ConfigStoreObject final : public WritableObject {
  private:
   const char* IdKeyOf(const std::string& key) const;
   void TakeIdMapAndDefaults(const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema);
-  void TakeDefaults(const std::shared_ptr<JsonDoc>& parent);
   JsonValue& PlaceMember(const std::string& key, int type);
 
   std::shared_ptr<JsonDoc> idMap_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "configstore/config_store.h"
 #include "platform/db_store.h"
 #include "platform/schema_store.h"
+#include "store/object_cache.h"
 
 namespace OrvoConfigStore {
 
@@ -49,7 +51,11 @@ class ConfigStoreImpl final : public ConfigStore {
                                                 const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema);
 
  private:
+  friend void VisitInstances(const std::shared_ptr<ConfigStore>& store, const std::shared_ptr<FilterSpecObject>& filter,
+                             const std::function<void(const std::shared_ptr<ConfigStoreObject>&)>& visit);
+
   std::shared_ptr<DBStore::StoreConnection> connection_;
+  ObjectCache cache_;
 };
 
 }  // namespace OrvoConfigStore

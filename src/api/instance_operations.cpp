@@ -36,6 +36,20 @@ std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreImpl::GetInstances(
   return GetConfigInstancesInternal(filter, connection_, schema);
 }
 
+void VisitInstances(const std::shared_ptr<ConfigStore>& store, const std::shared_ptr<FilterSpecObject>& filter,
+                    const std::function<void(const std::shared_ptr<ConfigStoreObject>&)>& visit) {
+  if (FsoIsEmpty(filter, "VisitInstances")) return;
+  LogCall("VisitInstances", filter->GetId());
+  const std::shared_ptr<SchemaObject> schema = LookUpSchema(filter->GetId());
+  ValidateCsoIdInstances(filter, schema);
+  const Connection connection = static_cast<ConfigStoreImpl&>(*store).connection_;
+  VisitConfigInstancesInternal(*filter, connection, schema, visit);
+}
+
+void SetReadCacheLimit(size_t bytes) {
+  SetReadCacheLimitInternal(bytes);
+}
+
 void ConfigStoreImpl::SetInstances(std::vector<std::shared_ptr<ConfigStoreObject>> objects,
                                    const USERDATA_CONTEXT& context) {
   if (!CheckList(objects, "SetInstances")) return;

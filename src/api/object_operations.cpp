@@ -17,7 +17,7 @@ std::shared_ptr<ConfigStoreObject> ConfigStoreImpl::Get(const ConfigStoreObjectI
   LogCall("Get", id);
   const std::shared_ptr<SchemaObject> schema = LookUpSchema(id);
   ValidateCsoId(id, schema);
-  std::shared_ptr<ConfigStoreObject> object = GetInternal(id, connection_, schema);
+  std::shared_ptr<ConfigStoreObject> object = cache_.Get(id, connection_, schema);
   if (object == nullptr) {
     CSLogger::LogErrCode(CSLogger::LOG_PRIORITY_WARNING, CS_OBJECT_NOT_FOUND, id.toString().c_str());
   }

@@ -39,16 +39,25 @@ SchemaPointer SchemaOr(const SchemaPointer& schema, const ConfigStoreObjectId& i
 
 // What all objects of a type share, kept with its schema.
 struct TypeDocuments {
+  std::string key;
   std::shared_ptr<JsonDoc> idMap;
-  std::shared_ptr<JsonDoc> defaults;
+  std::shared_ptr<JsonDoc> defaults;  // of the key; null when there are none
 };
 
-const TypeDocuments& DocumentsOf(const OrvoSchemaStore::SchemaObject& schema) {
-  std::shared_ptr<const void>& kept = schema.Companion();
-  if (kept == nullptr) {
-    kept = std::make_shared<TypeDocuments>(TypeDocuments{DocOver(schema.GetIdMap()), DocOver(schema.GetDefaults())});
-  }
-  return *static_cast<const TypeDocuments*>(kept.get());
+std::shared_ptr<JsonDoc> DefaultsOf(const std::string& key, const std::shared_ptr<JsonDoc>& parent) {
+  const JsonValue& values = *parent->GetJsonValuePtr();
+  const JsonValue* own = values.IsObject() ? FindValue(values, key) : nullptr;
+  return own != nullptr && own->IsObject() ? StepInto(*parent, {key, "", ""}) : nullptr;
+}
+
+std::shared_ptr<const TypeDocuments> DocumentsOf(const OrvoSchemaStore::SchemaObject& schema, const std::string& key) {
+  std::shared_ptr<const void>& companion = schema.Companion();
+  auto kept = std::static_pointer_cast<const TypeDocuments>(companion);
+  if (kept != nullptr && kept->key == key) return kept;
+  kept = std::make_shared<const TypeDocuments>(
+      TypeDocuments{key, DocOver(schema.GetIdMap()), DefaultsOf(key, DocOver(schema.GetDefaults()))});
+  companion = kept;
+  return kept;
 }
 
 }  // namespace
@@ -74,7 +83,7 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id, const std::s
     TakeIdMapAndDefaults(SchemaOr(schema, id));
   } else {
     idMap_ = idMap;
-    TakeDefaults(defaults);
+    if (defaults != nullptr) defaults_ = DefaultsOf(id_.key, defaults);
   }
   SetInstanceIdFromCsoId();
 }
@@ -98,15 +107,9 @@ void ConfigStoreObject::TakeIdMapAndDefaults(const std::shared_ptr<OrvoSchemaSto
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Schema object is null.");
     return;
   }
-  idMap_ = DocumentsOf(*schema).idMap;
-  TakeDefaults(DocumentsOf(*schema).defaults);
-}
-
-void ConfigStoreObject::TakeDefaults(const std::shared_ptr<JsonDoc>& parent) {
-  if (parent == nullptr) return;
-  const JsonValue& values = *parent->GetJsonValuePtr();
-  const JsonValue* own = values.IsObject() ? FindValue(values, id_.key) : nullptr;
-  if (own != nullptr && own->IsObject()) defaults_ = StepInto(*parent, {id_.key, "", ""});
+  const std::shared_ptr<const TypeDocuments> shared = DocumentsOf(*schema, id_.key);
+  idMap_ = shared->idMap;
+  defaults_ = shared->defaults;
 }
 
 const JsonValue* ConfigStoreObject::GetValuePtrDefault(const char* key, bool& isDefault) const {

@@ -6,6 +6,7 @@
 #include "configstore/config_store_object.h"
 #include "configstore/errors.h"
 #include "configstore/logging.h"
+#include "objects/instance_filter.h"
 #include "objects/json_access.h"
 
 namespace OrvoConfigStore {
@@ -41,10 +42,6 @@ bool csoMatchesFilter(const JsonValue& instance, const JsonValue& pattern) {
     if (!matches) return false;
   }
   return true;
-}
-
-bool Matches(const ConfigStoreObject& object, const JsonValue& pattern) {
-  return csoMatchesFilter(*std::as_const(*object.GetJsonDocPtr()).GetJsonValuePtr(), pattern);
 }
 
 }  // namespace
@@ -91,17 +88,28 @@ std::vector<std::shared_ptr<ConfigStoreObject>> FilterConfigStoreObjects(
     std::vector<std::shared_ptr<ConfigStoreObject>>& objects, const std::shared_ptr<FilterSpecObject>& filter) {
   std::vector<std::shared_ptr<ConfigStoreObject>> kept;
   if (objects.empty()) return kept;
-  const JsonValue& pattern = *std::as_const(*filter->GetJsonDocPtr()).GetJsonValuePtr();
-  const std::string& instanceId = filter->GetId().instanceId;
-  if (instanceId.empty()) {
+  const InstanceFilter taken(*filter);
+  if (filter->GetId().instanceId.empty()) {
     std::copy_if(objects.begin(), objects.end(), std::back_inserter(kept),
-                 [&](const auto& object) { return Matches(*object, pattern); });
+                 [&](const auto& object) { return taken.HasValues(*object); });
     return kept;
   }
-  const auto named = std::find_if(objects.begin(), objects.end(),
-                                  [&](const auto& object) { return object->GetId().instanceId == instanceId; });
-  if (named != objects.end() && Matches(**named, pattern)) kept.push_back(*named);
+  const auto named =
+      std::find_if(objects.begin(), objects.end(), [&](const auto& object) { return taken.IsNamed(*object); });
+  if (named != objects.end() && taken.HasValues(**named)) kept.push_back(*named);
   return kept;
+}
+
+InstanceFilter::InstanceFilter(const FilterSpecObject& filter)
+    : pattern_(*std::as_const(*filter.GetJsonDocPtr()).GetJsonValuePtr()), instanceId_(filter.GetId().instanceId) {}
+
+bool InstanceFilter::IsNamed(const ConfigStoreObject& object) const {
+  return instanceId_.empty() || object.GetId().instanceId == instanceId_;
+}
+
+bool InstanceFilter::HasValues(const ConfigStoreObject& object) const {
+  const bool matchesAll = pattern_.IsObject() && pattern_.ObjectEmpty();
+  return matchesAll || csoMatchesFilter(*std::as_const(*object.GetJsonDocPtr()).GetJsonValuePtr(), pattern_);
 }
 
 bool FsoIsEmpty(const std::shared_ptr<FilterSpecObject>& filter, const char* what) {

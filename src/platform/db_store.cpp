@@ -72,6 +72,14 @@ int ReadDataState(const std::shared_ptr<StoreConnection>& connection, DataState*
   return connection == nullptr ? NoConnection() : connection->ReadDataState(state);
 }
 
+uint64_t CurrentState(const std::shared_ptr<StoreConnection>& connection) {
+  return connection == nullptr ? 0 : connection->CurrentState();
+}
+
+uint64_t StateBeingRead(const std::shared_ptr<StoreConnection>& connection) {
+  return connection == nullptr ? 0 : connection->StateBeingRead();
+}
+
 int ExecuteNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text,
                  const std::vector<std::string>& values, const std::vector<int>& types, int timeoutMs) {
   return RunOn(connection, {text.form, &values, &types, nullptr, nullptr, timeoutMs, &text});

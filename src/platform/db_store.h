@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -89,6 +90,14 @@ struct DataState {
 /// names now: one that has been replaced is left for the new one. A missing file
 /// is a failure that is not logged.
 int ReadDataState(const std::shared_ptr<StoreConnection>& connection, DataState* state);
+
+/// A number for the state of the database's content, never the same for two states
+/// that one connection has seen: every commit, by whomever, makes a new one. 0 when
+/// there is none: inside a transaction, and when the database cannot be read.
+/// The first looks at the file; the second, called while a row is handed over, is
+/// the state that the row belongs to.
+uint64_t CurrentState(const std::shared_ptr<StoreConnection>& connection);
+uint64_t StateBeingRead(const std::shared_ptr<StoreConnection>& connection);
 
 /// As these two for a form, a text whose places are filled as by FormatSql: faster
 /// than running the filled text. May throw what FormatSql throws.

@@ -46,6 +46,11 @@ Settings ReadSettings(const char* path) {
 
 }  // namespace
 
+int EnvironmentNumber(const char* name, int fallback) {
+  const char* const text = secure_getenv(name);
+  return text == nullptr ? fallback : NumberOr(text, fallback);
+}
+
 int NumberOr(const std::string& text, int fallback) {
   int number = 0;
   const char* const textEnd = text.data() + text.size();

@@ -9,6 +9,10 @@ namespace HaldenLib {
 /// Returns the decimal number that all of `text` is, or `fallback` when it is none.
 int NumberOr(const std::string& text, int fallback);
 
+/// Returns the number that an environment variable holds, or `fallback`; set-id
+/// programs have none.
+int EnvironmentNumber(const char* name, int fallback);
+
 /// Reads the preferences, lines "key=value" of their file; a missing file has none.
 void Preference_Init();
 void Preference_Exit();

@@ -14,15 +14,15 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-/// Whether one of eight bytes ends a plain string: a quote, a backslash or a
-/// control character. Each test sets the top bit of a byte for which it holds; a
-/// byte behind such a one may be taken for another, which does no harm.
-bool EndsWithin(uint64_t bytes) {
+/// Marks, of eight bytes, those that end a plain string: a quote, a backslash or a
+/// control character. Each test sets the top bit of a byte for which it holds; only
+/// a byte above such a one may be marked by mistake.
+uint64_t MarkEnds(uint64_t bytes) {
   constexpr uint64_t kOnes = 0x0101010101010101;
   constexpr uint64_t kTops = kOnes * 0x80;
   const auto below = [bytes](uint64_t bound) { return (bytes - kOnes * bound) & ~bytes; };
   const auto equal = [bytes](uint64_t c) { return ((bytes ^ kOnes * c) - kOnes) & ~(bytes ^ kOnes * c); };
-  return ((below(0x20) | equal('"') | equal('\\')) & kTops) != 0;
+  return (below(0x20) | equal('"') | equal('\\')) & kTops;
 }
 
 bool IsPlain(char c) {
@@ -44,7 +44,7 @@ class PlainReader {
 
  private:
   void SkipBlanks() {
-    while (at_ != end_ && (*at_ == ' ' || *at_ == '\n' || *at_ == '\r' || *at_ == '\t')) ++at_;
+    while (at_ != end_ && *at_ <= ' ' && (*at_ == ' ' || *at_ == '\n' || *at_ == '\r' || *at_ == '\t')) ++at_;
   }
 
   /// Reads `c`, blanks before it skipped.
@@ -115,13 +115,22 @@ class PlainReader {
     return document_.EndArray(elements);
   }
 
+  /// Skips the plain bytes that come in eights, and where the first byte is the
+  /// lowest those before the end as well.
+  void SkipPlainWords() {
+    for (uint64_t bytes = 0; end_ - at_ >= 8; at_ += 8) {
+      std::memcpy(&bytes, at_, sizeof bytes);
+      const uint64_t ends = MarkEnds(bytes);
+      if (ends == 0) continue;
+      if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) at_ += __builtin_ctzll(ends) / 8;
+      return;
+    }
+  }
+
   bool ReadString(bool isKey) {
     if (at_ == end_ || *at_ != '"') return false;
     const char* const begin = ++at_;
-    for (uint64_t bytes = 0; end_ - at_ >= 8; at_ += 8) {
-      std::memcpy(&bytes, at_, sizeof bytes);
-      if (EndsWithin(bytes)) break;
-    }
+    SkipPlainWords();
     while (at_ != end_ && IsPlain(*at_)) ++at_;
     if (at_ == end_ || *at_ != '"') return false;
     const auto length = static_cast<rapidjson::SizeType>(at_++ - begin);

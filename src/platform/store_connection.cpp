@@ -51,6 +51,7 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
 void StoreConnection::Close() {
   if (database_ == nullptr) return;
   statements_.Clear();
+  look_.reset();
   // What lies at the path by now is another file, whose log must be left alone.
   if (HasMoved()) sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   database_.reset();
@@ -60,6 +61,7 @@ void StoreConnection::AbandonInChild() {
   if (owner_ == HaldenLib::ProcessId()) return;
   // Deliberate: a leak. Closing would undo the parent's work with the parent's memory.
   statements_.Abandon();
+  static_cast<void>(look_.release());
   static_cast<void>(database_.release());
   owner_ = HaldenLib::ProcessId();
   running_ = 0;
@@ -88,6 +90,26 @@ int StoreConnection::ReadDataState(DataState* state) {
   const int result = Run({kDataVersion, nullptr, nullptr, TakeText, &state->version});
   state->handle = handles_;
   return result;
+}
+
+uint64_t StoreConnection::StateBeingRead() const {
+  if (database_ == nullptr || isPrivate_ || IsInTransaction()) return 0;
+  constexpr int kVersionBits = 32;
+  unsigned version = 0;
+  if (sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version) != SQLITE_OK) return 0;
+  return (uint64_t{static_cast<unsigned>(handles_)} << kVersionBits) | version;
+}
+
+uint64_t StoreConnection::CurrentState() {
+  const bool isOwn = database_ != nullptr && owner_ == HaldenLib::ProcessId();
+  if (!isOwn || running_ > 0 || Levels() > 0) return 0;
+  SetBusyTimeout(kBusyTimeout);
+  if (look_ == nullptr && PrepareStatement(database_.get(), kDataVersion, &look_) != SQLITE_OK) return 0;
+  const bool isRead = sqlite3_step(look_.get()) == SQLITE_ROW;
+  sqlite3_reset(look_.get());
+  if (!isRead) return 0;
+  ClearFailure();
+  return StateBeingRead();
 }
 
 void StoreConnection::SetBusyTimeout(int timeoutMs) {

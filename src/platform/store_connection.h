@@ -60,6 +60,10 @@ class StoreConnection {
   /// As the function of DBStore.
   int ReadDataState(DataState* state);
 
+  /// The state of the content, as the functions of DBStore tell it.
+  uint64_t CurrentState();
+  uint64_t StateBeingRead() const;
+
   /// Transactions, with the results of the functions of DBStore.
   int Begin();
   int Commit();
@@ -102,6 +106,7 @@ class StoreConnection {
   FileIdentity file_;
   pid_t owner_;
   StatementCache statements_;
+  StatementHandle look_;  // begins a read and takes nothing
   FormCache forms_;
   LiftedStatement lifted_;  // memory that is used again
 

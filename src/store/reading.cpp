@@ -7,6 +7,7 @@
 #include "configstore/errors.h"
 #include "configstore/filter_spec.h"
 #include "configstore/logging.h"
+#include "objects/instance_filter.h"
 #include "objects/json_access.h"
 #include "store/statements.h"
 #include "store/update_merge.h"
@@ -67,23 +68,31 @@ std::shared_ptr<ConfigStoreObject> ReadMerged(const char* sql, const ConfigStore
                  [&](const Row& row) { return MergeRow(id, row, schema); });
 }
 
-// Runs a query for all instances of a type and returns those that `toObject`
-// makes something of and that match the filter. Each row is an object before
-// the next one is read: a large type is never held twice.
+// Runs a query for all instances of a type and hands to `visit` those that
+// `toObject` makes something of and that match the filter, each before the next
+// row is read.
 template <class ToObject>
-ObjectList ReadInstances(const char* sql, const std::shared_ptr<FilterSpecObject>& filter, const Connection& connection,
-                         ToObject toObject) {
-  const ConfigStoreObjectId& type = filter->GetId();
-  ObjectList instances;
+void ForEachInstance(const char* sql, const FilterSpecObject& filter, const Connection& connection, ToObject toObject,
+                     const InstanceVisitor& visit) {
+  const ConfigStoreObjectId& type = filter.GetId();
+  const InstanceFilter taken(filter);
   const auto take = [&](const Row& row) {
     const ConfigStoreObjectId id(type.key, type.group, type.component, row.Text(kIdentifier));
     std::shared_ptr<ConfigStoreObject> object = toObject(id, row);
-    if (object != nullptr) instances.push_back(std::move(object));
+    if (object != nullptr && taken.Takes(*object)) visit(std::move(object));
   };
   if (!ForEachRow(connection, {sql, {type.key, type.group, type.component}}, take)) {
     Throw("Read Instances failed for: " + type.toString());
   }
-  return FilterConfigStoreObjects(instances, filter);
+}
+
+template <class ToObject>
+ObjectList ReadInstances(const char* sql, const std::shared_ptr<FilterSpecObject>& filter, const Connection& connection,
+                         ToObject toObject) {
+  ObjectList instances;
+  ForEachInstance(sql, *filter, connection, toObject,
+                  [&](std::shared_ptr<ConfigStoreObject>&& object) { instances.push_back(std::move(object)); });
+  return instances;
 }
 
 ObjectList ReadValueInstances(const char* sql, const std::shared_ptr<FilterSpecObject>& filter,
@@ -137,6 +146,14 @@ std::shared_ptr<ConfigStoreObject> GetInternal(const ConfigStoreObjectId& id, co
   return ReadMerged(Sql::kGet, id, connection, schema);
 }
 
+std::shared_ptr<ConfigStoreObject> GetWithState(const ConfigStoreObjectId& id, const Connection& connection,
+                                                const std::shared_ptr<SchemaObject>& schema, uint64_t* state) {
+  return ReadOne({Sql::kGet, {id.key, id.group, id.component, id.instanceId}}, id, connection, [&](const Row& row) {
+    *state = DBStore::StateBeingRead(connection);
+    return MergeRow(id, row, schema);
+  });
+}
+
 std::shared_ptr<ConfigStoreObject> GetConfigByContext(const ConfigStoreObjectId& id, const Connection& connection,
                                                       const USERDATA_CONTEXT& context,
                                                       const std::shared_ptr<SchemaObject>& schema) {
@@ -159,6 +176,12 @@ ObjectList GetConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& f
                                       const std::shared_ptr<SchemaObject>& schema) {
   return ReadInstances(Sql::kGetInstances, filter, connection,
                        [&](const ConfigStoreObjectId& id, const Row& row) { return MergeRow(id, row, schema); });
+}
+
+void VisitConfigInstancesInternal(const FilterSpecObject& filter, const Connection& connection,
+                                  const std::shared_ptr<SchemaObject>& schema, const InstanceVisitor& visit) {
+  const auto toObject = [&](const ConfigStoreObjectId& id, const Row& row) { return MergeRow(id, row, schema); };
+  ForEachInstance(Sql::kGetInstances, filter, connection, toObject, visit);
 }
 
 ObjectList GetDefaultConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,

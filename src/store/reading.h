@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,11 +22,17 @@ namespace OrvoConfigStore {
 
 using OrvoSchemaStore::SchemaObject;
 using Connection = std::shared_ptr<DBStore::StoreConnection>;
+using InstanceVisitor = std::function<void(std::shared_ptr<ConfigStoreObject>&&)>;
 using ObjectList = std::vector<std::shared_ptr<ConfigStoreObject>>;
 
 /// Returns the merged object of one instance.
 std::shared_ptr<ConfigStoreObject> GetInternal(const ConfigStoreObjectId& id, const Connection& connection,
                                                const std::shared_ptr<SchemaObject>& schema);
+
+/// The same; `state` gets the state of the database that was read, and stays as it
+/// is when that cannot be told.
+std::shared_ptr<ConfigStoreObject> GetWithState(const ConfigStoreObjectId& id, const Connection& connection,
+                                                const std::shared_ptr<SchemaObject>& schema, uint64_t* state);
 
 /// As GetInternal, without the layer that the other kind of caller writes: an
 /// outside caller (kind 0) does not see automatic values, any other no user ones.
@@ -50,6 +58,10 @@ ObjectList GetDefaultConfigInstancesInternal(const std::shared_ptr<FilterSpecObj
 ObjectList GetDesiredUserConfigInstancesInternal(const std::shared_ptr<FilterSpecObject>& filter,
                                                  const Connection& connection,
                                                  const std::shared_ptr<SchemaObject>& schema);
+
+/// Hands the merged instances that match to `visit`, one after the other.
+void VisitConfigInstancesInternal(const FilterSpecObject& filter, const Connection& connection,
+                                  const std::shared_ptr<SchemaObject>& schema, const InstanceVisitor& visit);
 
 /// Returns the row of `id` in a name/value table as an object: the confirmed one,
 /// or any. Throws ConfigStoreException(2000) "Get failed: ..." when that fails.

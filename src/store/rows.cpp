@@ -29,10 +29,25 @@ const char* Row::Find(const char* column) const {
     const std::string* const text = kept_->Find(column);
     return text == nullptr ? nullptr : text->c_str();
   }
-  for (int i = 0; i < columns_; ++i) {
-    if (SameColumn(names_[i], column)) return texts_[i];
+  const int index = IndexOf(column);
+  return index < 0 ? nullptr : texts_[index];
+}
+
+int Row::IndexOf(const char* column) const {
+  if (known_ == nullptr) return Search(column);
+  for (size_t i = 0; i < known_->count; ++i) {
+    if (known_->known[i].column == column) return known_->known[i].index;
   }
-  return nullptr;
+  const int index = Search(column);
+  if (known_->count < known_->known.size()) known_->known[known_->count++] = {column, index};
+  return index;
+}
+
+int Row::Search(const char* column) const {
+  for (int i = 0; i < columns_; ++i) {
+    if (SameColumn(names_[i], column)) return i;
+  }
+  return -1;
 }
 
 const char* Row::Text(const char* column) const {

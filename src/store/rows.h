@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -15,6 +16,17 @@ namespace OrvoConfigStore {
 
 class RowMap;
 
+/// Where the columns of a query are, as far as they were asked for: the rows of one
+/// query share it. Names are known by their address, which must not change meanwhile.
+struct KnownColumns {
+  struct Known {
+    const char* column;
+    int index;  // -1 for one that the query does not have
+  };
+  std::array<Known, 12> known;
+  size_t count = 0;
+};
+
 /// The current row of a query, or a kept one, which it refers to: valid until the
 /// visit returns.
 /// A NULL column is absent: that is how an unset layer differs from an empty one.
@@ -22,7 +34,8 @@ class RowMap;
 /// them differently.
 class Row {
  public:
-  Row(int columns, char** texts, char** names) : columns_(columns), texts_(texts), names_(names) {}
+  Row(int columns, char** texts, char** names, KnownColumns* known = nullptr)
+      : columns_(columns), texts_(texts), names_(names), known_(known) {}
   /// Not explicit: what takes rows takes kept ones as well.
   Row(const RowMap& kept) : kept_(&kept) {}
 
@@ -34,10 +47,14 @@ class Row {
   RowMap Keep() const;
 
  private:
+  int IndexOf(const char* column) const;
+  int Search(const char* column) const;
+
   const RowMap* kept_ = nullptr;
   int columns_ = 0;
   char** texts_ = nullptr;
   char** names_ = nullptr;
+  KnownColumns* known_ = nullptr;
 };
 
 /// A result row that is kept, column name to text; absence and names as in a Row.
@@ -68,11 +85,16 @@ bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, con
 template <class Visit>
 bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, const DBStore::NamedText& text,
                 Visit visit) {
+  struct Context {
+    Visit& visit;
+    KnownColumns known;
+  } query{visit, {}};
   const auto give = [](void* context, int columns, char** texts, char** names) {
-    (*static_cast<Visit*>(context))(Row(columns, texts, names));
+    auto& to = *static_cast<Context*>(context);
+    to.visit(Row(columns, texts, names, &to.known));
     return 0;
   };
-  return DBStore::QueryNamed(connection, text, give, &visit, DBStore::kBusyTimeout) == 0;
+  return DBStore::QueryNamed(connection, text, give, &query, DBStore::kBusyTimeout) == 0;
 }
 
 }  // namespace OrvoConfigStore
