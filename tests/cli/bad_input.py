@@ -102,7 +102,7 @@ class Host:
         account = json.loads((TREE / "examples/objects/user_account.json").read_text())
         (self.directory / "instances.json").write_text(json.dumps([account]))
         (self.directory / "pattern.json").write_text('{"login":"edwin"}')
-        (self.directory / DOCUMENT).write_text('{"components":{"clockd":{"sync":{"time_source":{"method":"manual"}}}}}')
+        (self.directory / DOCUMENT).write_text('{"components":{"clockd":{"sync":{"time_source":{"method":"ntp"}}}}}')
         if stocked:
             self.stock()
 
