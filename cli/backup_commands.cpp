@@ -225,7 +225,7 @@ Run SetUpRestore(CLI::App& app) {
 const std::vector<Command>& BackupCommands() {
   static const std::vector<Command> commands = {
       {"backup", "Copy the store to a backup, while it is in use", SetUpBackup},
-      {"restore", "Put a backup in place of all that is stored", SetUpRestore},
+      {"restore", "Put a backup in place of all that is stored", SetUpRestore, true},
   };
   return commands;
 }

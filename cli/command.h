@@ -17,9 +17,10 @@ using Run = std::function<Exit(Session&)>;
 
 /// One command: a row of its group's table.
 struct Command {
-  const char* name;         ///< its words, "schema add"
-  const char* usage;        ///< one line for --help
-  Run (*setup)(CLI::App&);  ///< declares its arguments and returns what it does
+  const char* name;          ///< its words, "schema add"
+  const char* usage;         ///< one line for --help
+  Run (*setup)(CLI::App&);   ///< declares its arguments and returns what it does
+  bool canRehearse = false;  ///< it writes the store alone: --dry-run shows what it would change
 };
 
 /// The command groups, a file each. A name of one word that has no `setup` only
@@ -29,6 +30,7 @@ const std::vector<Command>& TypeCommands();
 const std::vector<Command>& WriteCommands();
 const std::vector<Command>& ReadCommands();
 const std::vector<Command>& ExplainCommands();
+const std::vector<Command>& FieldCommands();
 const std::vector<Command>& DocumentCommands();
 const std::vector<Command>& BootCommands();
 const std::vector<Command>& StageCommands();

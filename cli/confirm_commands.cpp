@@ -172,7 +172,7 @@ Run SetUpStatus(CLI::App&) {
 
 const std::vector<Command>& ConfirmCommands() {
   static const std::vector<Command> commands = {
-      {"confirm", "Confirm pending values: from then on they are in force", SetUpConfirm},
+      {"confirm", "Confirm pending values: from then on they are in force", SetUpConfirm, true},
       {"status", "Show boot phase, next boot, what is staged, desired and unconfirmed, and the backup", SetUpStatus},
   };
   return commands;

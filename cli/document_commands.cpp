@@ -279,8 +279,8 @@ Run SetUpValidate(CLI::App& app) {
 const std::vector<Command>& DocumentCommands() {
   static const std::vector<Command> commands = {
       {"export", "Write the stored objects as a document", SetUpExport},
-      {"import", "Store the objects of a document in place of those of their types", SetUpImport},
-      {"apply", "Merge the objects of a document into the stored ones", SetUpApply},
+      {"import", "Store the objects of a document in place of those of their types", SetUpImport, true},
+      {"apply", "Merge the objects of a document into the stored ones", SetUpApply, true},
       {"validate", "Tell all that is wrong with a document or an object; exit 3 when anything is", SetUpValidate},
   };
   return commands;

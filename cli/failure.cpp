@@ -34,6 +34,8 @@ const Rule kRules[] = {
      "leave out \"@INSTANCE\": the type has a single object"},
     {OrvoConfigStore::CS_GENERAL, "Non-Singleton object should contain instanceId", Exit::kInvalid,
      "name the instance, COMPONENT/GROUP/KEY@INSTANCE"},
+    {OrvoConfigStore::CS_KEY_NOT_FOUND, "There is no such field: ", Exit::kNotFound,
+     "\"csctl explain ID\" tells which layer a field comes from, --layer chooses another; nothing was changed"},
     {OrvoConfigStore::CS_KEY_VALUE_INVALID, "", Exit::kInvalid,
      "each element must name its instance, as a string; nothing was changed"},
     {OrvoConfigStore::CS_GENERAL, "GetInstances() API called for singleton object", Exit::kInvalid,

@@ -66,6 +66,10 @@ std::string TakeField(std::string& text) {
   return field;
 }
 
+std::string ParseField(const std::string& text) {
+  return Unescape(text, 0, text.size());
+}
+
 std::string FieldName(const std::string& path) {
   std::string name;
   for (size_t at = 0; at < path.size();) {
@@ -73,6 +77,8 @@ std::string FieldName(const std::string& path) {
     name += OrvoConfigStore::EscapeNamePart(path.substr(at, sign - at)) + path.substr(sign, 1);
     at = sign + 1;
   }
+  // A "=" ends a field where a value follows.
+  for (size_t at = 0; (at = name.find('=', at)) != std::string::npos;) name.replace(at, 1, "%3D");
   return name;
 }
 

@@ -29,6 +29,9 @@ OrvoConfigStore::ConfigStoreObjectId ParseTypeName(const std::string& text);
 /// Cuts "#/FIELD" off `text` and returns it as a path, "/FIELD"; empty when there is none.
 std::string TakeField(std::string& text);
 
+/// Returns the path of a field that `text` names, "%XX" read as above.
+std::string ParseField(const std::string& text);
+
 /// Returns the name of a field, a JSON pointer, such that TakeField reads it back.
 std::string FieldName(const std::string& path);
 

@@ -66,9 +66,9 @@ Run SetUpDrop(CLI::App&) {
 const std::vector<Command>& StageCommands() {
   static const std::vector<Command> commands = {
       {"stage", "Stage user values for the next boot", nullptr},
-      {"stage set", "Check a document and stage it in place of all that was staged", SetUpSet},
+      {"stage set", "Check a document and stage it in place of all that was staged", SetUpSet, true},
       {"stage show", "Show the staged document", SetUpShow},
-      {"stage drop", "Forget what is staged", SetUpDrop},
+      {"stage drop", "Forget what is staged", SetUpDrop, true},
   };
   return commands;
 }

@@ -12,6 +12,7 @@
 
 #include "command.h"
 #include "completion.h"
+#include "dry_run.h"
 #include "failure.h"
 
 namespace csctl {
@@ -38,9 +39,10 @@ CommandLine::CommandLine() {
   app.add_flag("-q,--quiet", session.quiet, "Print nothing but errors");
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
-  for (const auto* group : {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(),
-                            &DocumentCommands(), &BootCommands(), &StageCommands(), &ConfirmCommands(),
-                            &BackupCommands(), &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
+  for (const auto* group :
+       {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(), &FieldCommands(),
+        &DocumentCommands(), &BootCommands(), &StageCommands(), &ConfirmCommands(), &BackupCommands(),
+        &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }
@@ -54,7 +56,11 @@ void CommandLine::Add(const Command& command) {
     added->require_subcommand(1);
     return;
   }
-  added->callback([this, run = command.setup(*added)] { chosen = run; });
+  auto isRehearsal = std::make_shared<bool>(false);
+  if (command.canRehearse) {
+    added->add_flag("--dry-run", *isRehearsal, "Change nothing: show what would be created, changed and deleted");
+  }
+  added->callback([this, isRehearsal, run = command.setup(*added)] { chosen = *isRehearsal ? Rehearsed(run) : run; });
 }
 
 /// Not listed: the shells' completion asks with it, "csctl complete WORD...".

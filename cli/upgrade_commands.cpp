@@ -141,7 +141,7 @@ Run SetUpRamdisk(CLI::App&) {
 const std::vector<Command>& UpgradeCommands() {
   static const std::vector<Command> commands = {
       {"defaults", "Manage the default objects of packages", nullptr},
-      {"defaults load", "Store the default objects that packages bring", SetUpDefaultsLoad},
+      {"defaults load", "Store the default objects that packages bring", SetUpDefaultsLoad, true},
       {"refresh", "Register the types of packages, have them upgraded, and load their defaults", SetUpRefresh},
       {"upgrade", "Run and ask about upgrades", nullptr},
       {"upgrade run", "Upgrade packages late, with the store up: run the programs that they bring for it",

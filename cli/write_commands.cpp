@@ -5,97 +5,26 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <set>
 
 #include "command.h"
 #include "diagnosis.h"
 #include "failure.h"
+#include "field_commands.h"
 #include "json_text.h"
 #include "object_input.h"
 #include "object_name.h"
 
 namespace csctl {
 
-using OrvoConfigStore::ConfigStore;
-using OrvoConfigStore::ConfigStoreObject;
 using OrvoConfigStore::ConfigStoreObjectId;
-using OrvoConfigStore::DIAGNOSE_FOR;
 using OrvoConfigStore::SchemaInfo;
 using OrvoConfigStore::StoredName;
-using OrvoConfigStore::USERDATA_CONTEXT;
 
 namespace {
 
-using ObjectPointer = std::shared_ptr<ConfigStoreObject>;
-using ObjectList = std::vector<ObjectPointer>;
-
-constexpr USERDATA_CONTEXT kUser{USERDATA_CONTEXT::EXTERNAL};
-constexpr USERDATA_CONTEXT kAuto{USERDATA_CONTEXT::AUTOCONFIGURATION};
-
-/// Where a write goes: one layer, of one object or of all instances of a type.
-struct Layer {
-  const char* name;
-  DIAGNOSE_FOR use;
-  void (*set)(ConfigStore& store, ObjectPointer object);
-  void (*replace)(ConfigStore& store, ObjectList objects);
-};
-
-const Layer kLayers[] = {
-    {"user", OrvoConfigStore::DIAGNOSE_USER,
-     [](ConfigStore& store, ObjectPointer object) { store.SetUserData(object, kUser); },
-     [](ConfigStore& store, ObjectList objects) { store.SetUserDataInstances(objects, kUser); }},
-    {"auto", OrvoConfigStore::DIAGNOSE_AUTO,
-     [](ConfigStore& store, ObjectPointer object) { store.SetUserData(object, kAuto); },
-     [](ConfigStore& store, ObjectList objects) { store.SetUserDataInstances(objects, kAuto); }},
-    {"vital", OrvoConfigStore::DIAGNOSE_VITAL,
-     [](ConfigStore& store, ObjectPointer object) { store.SetVitalData(object); },
-     [](ConfigStore& store, ObjectList objects) { store.SetVitalDataInstances(objects); }},
-    {"cached", OrvoConfigStore::DIAGNOSE_CACHED,
-     [](ConfigStore& store, ObjectPointer object) { store.SetCachedData(object); },
-     [](ConfigStore& store, ObjectList objects) { store.SetCachedDataInstances(objects); }},
-};
-
-/// What the writing commands have in common.
-struct WriteOptions {
-  std::string id;
-  std::string file = "-";
-  std::string as = "user";
-  std::string layer;
-  bool create = false;
-
-  USERDATA_CONTEXT Context() const { return as == "auto" ? kAuto : kUser; }
-
-  /// Returns the layer that alone is written, or null for all of them.
-  const Layer* OneLayer() const {
-    const auto found = std::find_if(std::begin(kLayers), std::end(kLayers),
-                                    [this](const Layer& known) { return layer == known.name; });
-    return found == std::end(kLayers) ? nullptr : found;
-  }
-
-  /// Returns what is wrong with `input`, data of `object`, as a text to be set.
-  std::vector<Diagnostic> DiagnoseSet(const ConfigStoreObjectId& object, const InputText& input) const {
-    const Layer* one = OneLayer();
-    const DIAGNOSE_FOR whole = as == "auto" ? OrvoConfigStore::DIAGNOSE_SET_BY_HOST : OrvoConfigStore::DIAGNOSE_SET;
-    return OrvoConfigStore::DiagnoseObject(object, input.text, one != nullptr ? one->use : whole);
-  }
-};
-
-CLI::Option* AddAs(CLI::App& app, WriteOptions& options) {
-  return app.add_option("--as", options.as, "Who writes: user, or auto for the host's own automatic configuration")
-      ->check(CLI::IsMember({"user", "auto"}));
-}
-
-void AddLayer(CLI::App& app, WriteOptions& options, CLI::Option* as) {
-  app.add_option("--layer", options.layer, "Write this layer alone and keep the others")
-      ->check(CLI::IsMember({"user", "auto", "vital", "cached"}))
-      ->excludes(as);
-}
-
-void AddFile(CLI::App& app, WriteOptions& options, const char* help) {
-  app.add_option("-f,--file", options.file, help);
-}
-
-void PrintStored(const Session& session, const std::string& done, const std::string& name, bool nameAlone) {
-  session.PrintResult(nameAlone ? name : done + " " + name, JsonObject({{done, JsonString(name)}}));
+CLI::Option* AddFile(CLI::App& app, WriteOptions& options, const char* help) {
+  return app.add_option("-f,--file", options.file, help);
 }
 
 // --- set ---------------------------------------------------------------------
@@ -118,25 +47,38 @@ void NameNewInstance(Session& session, ConfigStoreObjectId& id) {
   session.where = ObjectName(id);
 }
 
+/// A new instance's name stands alone, for the program that asked for it.
+void PrintStored(const Session& session, const ConfigStoreObjectId& id, const WriteReport& report, bool nameAlone) {
+  if (nameAlone && !session.json) return session.Print(ObjectName(id));
+  PrintWrite(session, "stored", id, report);
+}
+
 Exit SetObject(Session& session, const WriteOptions& options) {
   ConfigStoreObjectId id = session.TakeObject(options.id);
-  const auto store = OpenStore();
+  auto store = OpenStore();
   if (options.create) NameNewInstance(session, id);
+  if (!options.fields.empty()) return SetFields(session, id, options);
   const InputText input = ReadText(options.file);
   const ObjectPointer object = ParseObject(id, input);
-  const auto diagnose = [&] { return options.DiagnoseSet(id, input); };
-  WriteDiagnosed(input, diagnose, [&] {
+  const auto write = [&](const Row&) {
     if (const Layer* layer = options.OneLayer()) return layer->set(*store, object);
     store->Set(object, options.Context());
-  });
-  PrintStored(session, "stored", ObjectName(id), options.create);
+  };
+  WriteReport report;
+  WriteDiagnosed(
+      input, [&] { return options.DiagnoseSet(id, input); }, [&] { report = PerformWrite(store, id, write); });
+  PrintStored(session, id, report, options.create);
   return Exit::kDone;
 }
 
 Run SetUpSet(CLI::App& app) {
   auto options = std::make_shared<WriteOptions>();
   app.add_option("ID", options->id, kIdHelp)->required();
-  AddFile(app, *options, "The object's JSON text; standard input without it");
+  CLI::Option* fields = app.add_option("FIELD=VALUE", options->fields,
+                                       "Set only these fields, of the user layer or the one chosen: mtu=1500, "
+                                       "link/eth0/enabled=true, of a list the words between commas");
+  app.add_flag("--value-json", options->takesJson, "Each VALUE is JSON, not a plain word")->needs(fields);
+  AddFile(app, *options, "The object's JSON text; standard input without it")->excludes(fields);
   AddLayer(app, *options, AddAs(app, *options));
   app.add_flag("--new", options->create, "Store a new instance of the type ID, named by the store; prints its ID");
   return [options](Session& session) { return SetObject(session, *options); };
@@ -146,14 +88,16 @@ Run SetUpSet(CLI::App& app) {
 
 Exit UpdateObject(Session& session, const WriteOptions& options) {
   const ConfigStoreObjectId id = session.TakeObject(options.id);
-  const auto store = OpenStore();
+  auto store = OpenStore();
   const InputText input = ReadText(options.file);
   const ObjectPointer part = ParseObject(id, input);
   const auto diagnose = [&] {
     return OrvoConfigStore::DiagnoseObject(id, input.text, OrvoConfigStore::DIAGNOSE_UPDATE);
   };
-  WriteDiagnosed(input, diagnose, [&] { store->Update(part, options.Context()); });
-  PrintStored(session, "updated", ObjectName(id), false);
+  const auto write = [&](const Row&) { store->Update(part, options.Context()); };
+  WriteReport report;
+  WriteDiagnosed(input, diagnose, [&] { report = PerformWrite(store, id, write); });
+  PrintWrite(session, "updated", id, report);
   return Exit::kDone;
 }
 
@@ -167,6 +111,37 @@ Run SetUpUpdate(CLI::App& app) {
 
 // --- replace -----------------------------------------------------------------
 
+/// The instances of a type, and how many of them have a desired value.
+struct Instances {
+  std::set<std::string> names;
+  size_t desired = 0;
+};
+
+Instances CountInstances(const ConfigStoreObjectId& type) {
+  Instances instances;
+  OrvoConfigStore::ForEachStoredRow(type.component, type.group, type.key, [&](const auto& id, const auto& row) {
+    instances.names.insert(id.instanceId);
+    instances.desired += row.desiredValue ? 1 : 0;
+  });
+  return instances;
+}
+
+void PrintReplaced(const Session& session, const std::string& name, const Layer* layer, size_t count,
+                   const Instances& before, const Instances& after) {
+  const auto isGone = [&after](const std::string& instance) { return after.names.count(instance) == 0; };
+  const auto gone = static_cast<size_t>(std::count_if(before.names.begin(), before.names.end(), isGone));
+  const size_t discarded = before.desired - std::min(before.desired, after.desired);
+  std::string line = "replaced " + name + ": " + std::to_string(count) + " instances\n  changed: ";
+  line += layer == nullptr ? "all layers" : layer->name + std::string(" layer, which the other instances lose");
+  if (gone > 0) line += "; " + std::to_string(gone) + " instances are gone with all their layers";
+  if (discarded > 0) line += "; " + std::to_string(discarded) + " staged desired values are discarded";
+  session.PrintResult(line, JsonObject({{"replaced", JsonString(name)},
+                                        {"instances", std::to_string(count)},
+                                        {"layer", layer == nullptr ? "null" : JsonString(layer->name)},
+                                        {"gone", std::to_string(gone)},
+                                        {"desiredDiscarded", std::to_string(discarded)}}));
+}
+
 Exit ReplaceInstances(Session& session, const WriteOptions& options) {
   session.where = options.id;
   const ConfigStoreObjectId type = ParseTypeName(options.id);
@@ -177,14 +152,14 @@ Exit ReplaceInstances(Session& session, const WriteOptions& options) {
     throw CommandFailed({Exit::kInvalid, "the array is empty", "",
                          "\"csctl delete TYPE --all --yes\" deletes all instances; nothing was changed"});
   }
+  const Layer* layer = options.OneLayer();
+  const Instances before = CountInstances(type);
   const auto diagnose = [&] { return options.DiagnoseSet(type, input); };
   WriteDiagnosed(input, diagnose, [&] {
-    if (const Layer* layer = options.OneLayer()) return layer->replace(*store, objects);
+    if (layer != nullptr) return layer->replace(*store, objects);
     store->SetInstances(objects, options.Context());
   });
-  const std::string name = ObjectName(type), count = std::to_string(objects.size());
-  session.PrintResult("replaced " + name + ": " + count + " instances",
-                      JsonObject({{"replaced", JsonString(name)}, {"instances", count}}));
+  PrintReplaced(session, ObjectName(type), layer, objects.size(), before, CountInstances(type));
   return Exit::kDone;
 }
 
@@ -212,7 +187,7 @@ Exit DeleteObject(Session& session, const DeleteOptions& options) {
   if (!OrvoConfigStore::ReadStoredRow(id)) FailNotFound("there is no such object", "nothing was changed");
   store->Delete(id);
   transaction.Commit();
-  PrintStored(session, "deleted", session.where, false);
+  session.PrintResult("deleted " + session.where, JsonObject({{"deleted", JsonString(session.where)}}));
   return Exit::kDone;
 }
 
@@ -248,10 +223,11 @@ Run SetUpDelete(CLI::App& app) {
 
 const std::vector<Command>& WriteCommands() {
   static const std::vector<Command> commands = {
-      {"set", "Validate an object and store it, replacing what its row held", SetUpSet},
-      {"update", "Merge members into a stored object", SetUpUpdate},
-      {"replace", "Replace the whole set of instances of a type", SetUpReplace},
-      {"delete", "Delete an object with all its layers, or all of a type", SetUpDelete},
+      {"set", "Validate an object and store it, replacing what its row held, or set single fields of it", SetUpSet,
+       true},
+      {"update", "Merge members into a stored object", SetUpUpdate, true},
+      {"replace", "Replace the whole set of instances of a type", SetUpReplace, true},
+      {"delete", "Delete an object with all its layers, or all of a type", SetUpDelete, true},
   };
   return commands;
 }

@@ -2,7 +2,9 @@
 
 #include "api/checks.h"
 #include "api/secrets.h"
+#include "api/stored_row.h"
 #include "configstore/errors.h"
+#include "configstore/rehearsal.h"
 #include "platform/json_reader.h"
 #include "platform/sql_format.h"
 #include "store/connection.h"
@@ -10,21 +12,6 @@
 #include "store/store_contents.h"
 
 namespace OrvoConfigStore {
-namespace {
-
-std::optional<std::string> Layer(const RowMap& row, const char* column) {
-  const std::string* text = row.Find(column);
-  return text == nullptr ? std::nullopt : std::optional<std::string>(*text);
-}
-
-StoredRow ToStoredRow(const RowMap& row) {
-  return {Layer(row, kAutoConfValue), Layer(row, kUserValue),    Layer(row, kVitalValue),
-          Layer(row, kCachedValue),   Layer(row, kDesiredValue), row.Text(kVersion),
-          row.Text(kCreationTime),    row.Text(kModifiedTime),   row.Text(kSuccess) == "1"};
-}
-
-}  // namespace
-
 std::optional<StoredRow> ReadStoredRow(const ConfigStoreObjectId& id) {
   ValidateCsoId(id, LookUpSchema(id));
   std::optional<StoredRow> stored;
@@ -40,10 +27,16 @@ std::vector<StoredName> ListStoredObjects(const std::string& component, const st
                                           const std::string& key) {
   std::vector<StoredName> names;
   for (const RowMap& row : GetStoreRows(FormatSql(Sql::kListObjects, {component, group, key}), GetConn())) {
-    const ConfigStoreObjectId id(row.Text(kName), row.Text(kGroup), row.Text(kComponent), row.Text(kIdentifier));
-    names.push_back({id, row.Text(kVersion), row.Text(kSuccess) == "1", row.Text(kPending) == "1"});
+    names.push_back({IdOf(row), row.Text(kVersion), row.Text(kSuccess) == "1", row.Text(kPending) == "1"});
   }
   return names;
+}
+
+void ForEachStoredRow(const std::string& component, const std::string& group, const std::string& key,
+                      const std::function<void(const ConfigStoreObjectId& id, const StoredRow& row)>& visit) {
+  const std::string sql = FormatSql(Sql::kListRows, {component, group, key});
+  if (ForEachRow(GetConn(), sql, [&](RowMap&& row) { visit(IdOf(row), ToStoredRow(row)); })) return;
+  throw ConfigStoreException(CS_GENERAL, ("Get failed: " + DBStore::LastFailure().message).c_str());
 }
 
 std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json) {

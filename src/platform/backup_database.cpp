@@ -10,6 +10,7 @@
 #include "platform/host_log.h"
 #include "platform/host_paths.h"
 #include "platform/open_database.h"
+#include "platform/rehearsal.h"
 
 // Copying one database onto another:
 //
@@ -140,6 +141,7 @@ int CopyOpen(const std::string& source, const std::string& destination) {
 
 int Backup(const std::string& source, const std::string& destination) {
   ClearFailure();
+  if (destination == HaldenLib::kStoreFile && RehearsalConnection() != nullptr) return RestoreIntoRehearsal(source);
   return CopyOpen(source, destination);
 }
 

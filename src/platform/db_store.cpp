@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include "platform/db_failure.h"
+#include "platform/rehearsal.h"
 #include "platform/store_connection.h"
 
 namespace DBStore {
@@ -36,6 +37,10 @@ std::shared_ptr<StoreConnection> GetConnection(Type type) {
   if (type != TYPE_STORE && type != TYPE_SCHEMA_STORE) {
     ReportFailure(SQLITE_MISUSE, "no such database", std::to_string(type));
     return {};
+  }
+  if (type == TYPE_STORE && RehearsalConnection() != nullptr) {
+    ClearFailure();
+    return RehearsalConnection();
   }
   auto connection = std::make_shared<StoreConnection>(type);
   if (!connection->Open(WhenMissing::Record)) {

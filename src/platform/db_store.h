@@ -36,7 +36,8 @@ struct NamedText;
 /// ends the statement as failed. May throw; the statement is then ended too.
 using RowCallback = int (*)(void* context, int columns, char** texts, char** names);
 
-/// Opens a new connection. Returns an empty pointer when the file does not
+/// Opens a new connection; while a rehearsal is on (platform/rehearsal.h), hands out
+/// that of its copy for TYPE_STORE. Returns an empty pointer when the file does not
 /// exist, is no regular file, or cannot be opened.
 std::shared_ptr<StoreConnection> GetConnection(Type type);
 
@@ -60,6 +61,8 @@ int Backup(const std::string& source, const std::string& destination);
 /// is done there reaches the disk. Returns an empty pointer when the store cannot
 /// be read.
 std::shared_ptr<StoreConnection> OpenPrivateCopy();
+/// The same of the database file at `path`, which is only read.
+std::shared_ptr<StoreConnection> OpenPrivateCopy(const std::string& path);
 
 /// Begin and commit the innermost transaction; the outermost begins as a writer.
 int BeginTransaction(const std::shared_ptr<StoreConnection>& connection);

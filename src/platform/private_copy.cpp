@@ -1,11 +1,34 @@
 #include "platform/db_failure.h"
 #include "platform/db_store.h"
+#include "platform/host_files.h"
 #include "platform/host_paths.h"
+#include "platform/rehearsal.h"
 #include "platform/store_connection.h"
 
 namespace DBStore {
 
 namespace {
+
+/// What the state before is kept as; the indexes make looking it up fast.
+constexpr char kKeepBefore[] =
+    "CREATE TEMP TABLE BeforeConfig AS SELECT * FROM Config; "
+    "CREATE UNIQUE INDEX temp.BeforeConfigKey ON BeforeConfig(Component, ConfigGroup, Name, Identifier); "
+    "CREATE TEMP TABLE BeforeDefaultConfig AS SELECT * FROM DefaultConfig; "
+    "CREATE UNIQUE INDEX temp.BeforeDefaultKey ON BeforeDefaultConfig(Component, ConfigGroup, Name, Identifier); "
+    "CREATE TEMP TABLE BeforeDesiredUserConfig AS SELECT * FROM DesiredUserConfig; "
+    "CREATE UNIQUE INDEX temp.BeforeDesiredKey ON BeforeDesiredUserConfig(Component, ConfigGroup, Name, Identifier); "
+    "CREATE TEMP TABLE BeforeKVTable AS SELECT * FROM KVTable;";
+
+/// The calling thread's rehearsal.
+struct Rehearsal {
+  std::shared_ptr<StoreConnection> connection;
+  sqlite3* database = nullptr;  // the connection's
+};
+
+Rehearsal& OfThisThread() {
+  static thread_local Rehearsal rehearsal;
+  return rehearsal;
+}
 
 /// Copies all pages; a database in memory has no log and takes those of one that has.
 int CopyPages(sqlite3* from, sqlite3* to) {
@@ -15,17 +38,67 @@ int CopyPages(sqlite3* from, sqlite3* to) {
   return sqlite3_backup_finish(backup);
 }
 
+/// Opens a file to copy from. One that nobody has open leaves no trace of that.
+Database OpenSource(const std::string& path) {
+  if (path == HaldenLib::kStoreFile) return OpenDatabase(path, Access::ReadWrite, WhenMissing::Record, nullptr);
+  const bool isAlone = !HaldenLib::FileExists(path + "-wal") && !HaldenLib::FileExists(path + "-journal");
+  return OpenDatabase(path, isAlone ? Access::ReadAlone : Access::ReadOnly, WhenMissing::Record, nullptr);
+}
+
+Database CopyToMemory(const std::string& path) {
+  ClearFailure();
+  const Database source = OpenSource(path);
+  Database copy = OpenInMemory();
+  if (source == nullptr || copy == nullptr) return {};
+  const int code = CopyPages(source.get(), copy.get());
+  if (code == SQLITE_OK) return copy;
+  ReportFailure(code, sqlite3_errstr(code), path);
+  return {};
+}
+
 }  // namespace
 
+std::shared_ptr<StoreConnection> OpenPrivateCopy(const std::string& path) {
+  Database copy = CopyToMemory(path);
+  return copy == nullptr ? nullptr : std::make_shared<StoreConnection>(std::move(copy));
+}
+
 std::shared_ptr<StoreConnection> OpenPrivateCopy() {
-  ClearFailure();
-  const Database store = OpenDatabase(HaldenLib::kStoreFile, Access::ReadWrite, WhenMissing::Record, nullptr);
-  Database copy = OpenInMemory();
-  if (store == nullptr || copy == nullptr) return {};
-  const int code = CopyPages(store.get(), copy.get());
-  if (code == SQLITE_OK) return std::make_shared<StoreConnection>(std::move(copy));
-  ReportFailure(code, sqlite3_errstr(code), HaldenLib::kStoreFile);
-  return {};
+  return OpenPrivateCopy(HaldenLib::kStoreFile);
+}
+
+std::shared_ptr<StoreConnection> BeginRehearsal() {
+  Rehearsal& rehearsal = OfThisThread();
+  if (rehearsal.connection != nullptr) {
+    ReportFailure(SQLITE_MISUSE, "a rehearsal is on already", HaldenLib::kStoreFile);
+    return {};
+  }
+  Database copy = CopyToMemory(HaldenLib::kStoreFile);
+  if (copy == nullptr) return {};
+  const int code = sqlite3_exec(copy.get(), kKeepBefore, nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK) {
+    ReportFailure(code, sqlite3_errmsg(copy.get()), HaldenLib::kStoreFile);
+    return {};
+  }
+  rehearsal.database = copy.get();
+  rehearsal.connection = std::make_shared<StoreConnection>(std::move(copy));
+  return rehearsal.connection;
+}
+
+void EndRehearsal() {
+  OfThisThread() = {};
+}
+
+std::shared_ptr<StoreConnection> RehearsalConnection() {
+  return OfThisThread().connection;
+}
+
+int RestoreIntoRehearsal(const std::string& source) {
+  const Database from = OpenSource(source);
+  if (from == nullptr) return LastFailure().code;
+  const int code = CopyPages(from.get(), OfThisThread().database);
+  if (code != SQLITE_OK) ReportFailure(code, sqlite3_errstr(code), source);
+  return code;
 }
 
 }  // namespace DBStore

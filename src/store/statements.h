@@ -109,6 +109,40 @@ constexpr char kReadRows[] =
     "SELECT Component, ConfigGroup, Name, Identifier, Version, AutoConfValue, UserValue, VitalValue, CachedValue, "
     "DesiredValue, Success from Config";
 
+// The same with the rows.
+constexpr char kListRows[] =
+    "SELECT Component, ConfigGroup, Name, Identifier, Version, AutoConfValue, UserValue, VitalValue, "
+    "CachedValue, DesiredValue, Success, CreationTime, ModifiedTime from Config WHERE ('%1$s'='' or "
+    "Component='%1$s') and ('%2$s'='' or ConfigGroup='%2$s') and ('%3$s'='' or Name='%3$s') ORDER BY Component, "
+    "ConfigGroup, Name, Identifier;";
+
+// What a rehearsal has changed, against the tables that keep the state before it.
+constexpr char kChangedRows[] =
+    "SELECT a.Component Component, a.ConfigGroup ConfigGroup, a.Name Name, a.Identifier Identifier, b.Component "
+    "WasThere, a.Component IsThere, a.Version Version, a.Success Success, a.AutoConfValue AutoConfValue, "
+    "a.UserValue UserValue, a.VitalValue VitalValue, a.CachedValue CachedValue, a.DesiredValue DesiredValue, "
+    "b.Version OldVersion, b.Success OldSuccess, b.AutoConfValue OldAutoConfValue, b.UserValue OldUserValue, "
+    "b.VitalValue OldVitalValue, b.CachedValue OldCachedValue, b.DesiredValue OldDesiredValue from Config a LEFT "
+    "JOIN BeforeConfig b ON b.Component=a.Component and b.ConfigGroup=a.ConfigGroup and b.Name=a.Name and "
+    "b.Identifier=a.Identifier WHERE b.Component IS NULL or a.Version IS NOT b.Version or a.Success IS NOT "
+    "b.Success or a.AutoConfValue IS NOT b.AutoConfValue or a.UserValue IS NOT b.UserValue or a.VitalValue IS "
+    "NOT b.VitalValue or a.CachedValue IS NOT b.CachedValue or a.DesiredValue IS NOT b.DesiredValue UNION ALL "
+    "SELECT b.Component, b.ConfigGroup, b.Name, b.Identifier, b.Component, NULL, NULL, NULL, NULL, NULL, NULL, "
+    "NULL, NULL, b.Version, b.Success, b.AutoConfValue, b.UserValue, b.VitalValue, b.CachedValue, b.DesiredValue "
+    "from BeforeConfig b WHERE NOT EXISTS (SELECT 1 from Config a WHERE a.Component=b.Component and "
+    "a.ConfigGroup=b.ConfigGroup and a.Name=b.Name and a.Identifier=b.Identifier) ORDER BY 1, 2, 3, 4;";
+constexpr char kChangedValues[] =
+    "SELECT a.Component Component, a.ConfigGroup ConfigGroup, a.Name Name, a.Identifier Identifier, b.Value "
+    "OldValue, a.Value Value from '%1$s' a LEFT JOIN 'Before%1$s' b ON b.Component=a.Component and "
+    "b.ConfigGroup=a.ConfigGroup and b.Name=a.Name and b.Identifier=a.Identifier WHERE a.Value IS NOT b.Value "
+    "UNION ALL SELECT b.Component, b.ConfigGroup, b.Name, b.Identifier, b.Value, NULL from 'Before%1$s' b WHERE "
+    "NOT EXISTS (SELECT 1 from '%1$s' a WHERE a.Component=b.Component and a.ConfigGroup=b.ConfigGroup and "
+    "a.Name=b.Name and a.Identifier=b.Identifier) ORDER BY 1, 2, 3, 4;";
+constexpr char kChangedState[] =
+    "SELECT a.Key Key, b.Value OldValue, a.Value Value from KVTable a LEFT JOIN BeforeKVTable b ON b.Key=a.Key "
+    "WHERE a.Value IS NOT b.Value UNION ALL SELECT b.Key, b.Value, NULL from BeforeKVTable b WHERE NOT EXISTS "
+    "(SELECT 1 from KVTable a WHERE a.Key=b.Key) ORDER BY 1;";
+
 // Reading all instances of a type: name, group, component.
 constexpr char kGetInstances[] =
     "select Version, Success, identifier, UserValue, VitalValue, CachedValue, AutoConfValue, CreationTime, "

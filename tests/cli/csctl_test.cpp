@@ -199,7 +199,7 @@ TEST_F(CsctlOn, AnyInstanceNameCanBeWrittenAndRead) {
     const std::string data = R"({"home_volume":")" + std::to_string(name.size()) + R"(","login":"u","uid":1})";
     const Outcome stored = Run({"set", kUser + "@" + name}, data);
     ASSERT_EQ(0, stored.exit) << name << stored.err;
-    const std::string printed = stored.out.substr(7, stored.out.size() - 8);  // "stored ID\n"
+    const std::string printed = stored.out.substr(7, stored.out.find('\n') - 7);  // "stored ID\n"
     EXPECT_EQ(std::string::npos, printed.find_first_of(" '\"\n;")) << printed;
     EXPECT_EQ(data + "\n", Run({"get", "--json", printed}).out);
     EXPECT_EQ(0, Run({"delete", printed}).exit);
