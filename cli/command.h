@@ -31,6 +31,8 @@ const std::vector<Command>& WriteCommands();
 const std::vector<Command>& ReadCommands();
 const std::vector<Command>& ExplainCommands();
 const std::vector<Command>& FieldCommands();
+const std::vector<Command>& DiffCommands();
+const std::vector<Command>& CheckCommands();
 const std::vector<Command>& DocumentCommands();
 const std::vector<Command>& BootCommands();
 const std::vector<Command>& StageCommands();

@@ -27,11 +27,14 @@ FieldEdit ParseEdit(const std::string& text, FieldEdit::Kind kind) {
   if (kind != FieldEdit::UNSET) {
     const size_t sign = text.find('=');
     if (sign == std::string::npos || sign == 0) {
-      throw CommandFailed({Exit::kUsage, "this is not FIELD=VALUE", text.substr(0, sign),
-                           "write /mtu=1500; a \"=\" in a field is written %3D"});
+      // The text is not repeated: it may be a secret.
+      throw CommandFailed(
+          {Exit::kUsage, "an argument is not FIELD=VALUE", "", "write /mtu=1500; a \"=\" in a field is written %3D"});
     }
     edit.path = text.substr(0, sign);
     edit.value = text.substr(sign + 1);
+  } else if (text.find('=') != std::string::npos) {
+    throw CommandFailed({Exit::kUsage, "a field to unset takes no value", "", "a \"=\" in a field is written %3D"});
   }
   edit.path = ParseField(edit.path);
   return edit;

@@ -41,8 +41,8 @@ CommandLine::CommandLine() {
   app.footer(ExitCodeHelp());
   for (const auto* group :
        {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(), &FieldCommands(),
-        &DocumentCommands(), &BootCommands(), &StageCommands(), &ConfirmCommands(), &BackupCommands(),
-        &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
+        &DiffCommands(), &CheckCommands(), &DocumentCommands(), &BootCommands(), &StageCommands(), &ConfirmCommands(),
+        &BackupCommands(), &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
     for (const Command& command : *group) Add(command);
   }
 }

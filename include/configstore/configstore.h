@@ -4,10 +4,12 @@
 
 #include "configstore/base_object.h"
 #include "configstore/boot_state.h"
+#include "configstore/check.h"
 #include "configstore/config_store.h"
 #include "configstore/config_store_object.h"
 #include "configstore/context.h"
 #include "configstore/diagnostics.h"
+#include "configstore/diff.h"
 #include "configstore/documents.h"
 #include "configstore/edit_fields.h"
 #include "configstore/errors.h"

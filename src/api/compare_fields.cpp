@@ -1,8 +1,9 @@
+#include "api/compare_fields.h"
+
 #include <map>
 #include <string_view>
 
 #include "api/checks.h"
-#include "configstore/rehearsal.h"
 #include "platform/json_reader.h"
 #include "store/fields.h"
 
@@ -16,24 +17,19 @@ struct SideField {
   bool isSecret;
 };
 
-// The fields of one side, in order and by path; the document keeps their values.
+// The fields of one side, in order and by path; their values are in the data.
 struct Side {
-  JsonStorage storage;
   std::vector<SideField> fields;
   std::map<std::string_view, const SideField*> byPath;
 
-  explicit Side(const std::string& text) : storage(text.size()) {}
-
-  bool Read(const std::string& text, const SchemaObject* schema) {
-    if (!ReadJson(text, storage.document, nullptr) || !storage.document.IsObject()) return false;
+  Side(const JsonValue& data, const SchemaObject* schema) {
     const JsonValue* node = schema == nullptr ? nullptr : &schema->GetObjectNode();
     const JsonValue* idMap = schema == nullptr ? nullptr : &schema->GetIdMap()->document;
     const auto take = [&](const Field& field) {
       fields.push_back({field.path, &field.value, schema == nullptr || HoldsSecret(field.node)});
     };
-    ForEachField(storage.document, node, idMap, {take, {}});
+    ForEachField(data, node, idMap, {take, {}});
     for (const SideField& field : fields) byPath.emplace(field.path, &field);
-    return true;
   }
 
   const SideField* Find(const std::string& path) const {
@@ -55,16 +51,14 @@ bool IsSame(const SideField& a, const SideField& b) {
   return isHolder ? *a.value == *b.value : Written(&a) == Written(&b);
 }
 
+bool ReadObject(const std::string& text, JsonStorage& storage) {
+  return ReadJson(text, storage.document, nullptr) && storage.document.IsObject();
+}
+
 }  // namespace
 
-std::vector<FieldChange> CompareFields(const ConfigStoreObjectId& id, const std::string& before,
-                                       const std::string& after) {
-  if (before == after) return {};
-  const std::shared_ptr<SchemaObject> schema = LookUpSchema(id);
-  Side old(before), now(after);
-  if (!old.Read(before, schema.get()) || !now.Read(after, schema.get())) {
-    return {{"", before, after, schema == nullptr || schema->HasSecrets()}};
-  }
+std::vector<FieldChange> CompareFieldsOf(const SchemaObject* schema, const JsonValue& before, const JsonValue& after) {
+  const Side old(before, schema), now(after, schema);
   std::vector<FieldChange> changes;
   for (const SideField& field : old.fields) {
     const SideField* other = now.Find(field.path);
@@ -75,6 +69,17 @@ std::vector<FieldChange> CompareFields(const ConfigStoreObjectId& id, const std:
     if (old.Find(field.path) == nullptr) changes.push_back({field.path, {}, Written(&field), field.isSecret});
   }
   return changes;
+}
+
+std::vector<FieldChange> CompareFields(const ConfigStoreObjectId& id, const std::string& before,
+                                       const std::string& after) {
+  if (before == after) return {};
+  const std::shared_ptr<SchemaObject> schema = LookUpSchema(id);
+  JsonStorage old(before.size()), now(after.size());
+  if (ReadObject(before, old) && ReadObject(after, now)) {
+    return CompareFieldsOf(schema.get(), old.document, now.document);
+  }
+  return {{"", before, after, schema == nullptr || schema->HasSecrets()}};
 }
 
 }  // namespace OrvoConfigStore

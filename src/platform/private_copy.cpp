@@ -67,22 +67,28 @@ std::shared_ptr<StoreConnection> OpenPrivateCopy() {
   return OpenPrivateCopy(HaldenLib::kStoreFile);
 }
 
-std::shared_ptr<StoreConnection> BeginRehearsal() {
+std::shared_ptr<StoreConnection> BeginReading(const std::string& path) {
   Rehearsal& rehearsal = OfThisThread();
   if (rehearsal.connection != nullptr) {
-    ReportFailure(SQLITE_MISUSE, "a rehearsal is on already", HaldenLib::kStoreFile);
+    ReportFailure(SQLITE_MISUSE, "a rehearsal is on already", path);
     return {};
   }
-  Database copy = CopyToMemory(HaldenLib::kStoreFile);
+  Database copy = CopyToMemory(path);
   if (copy == nullptr) return {};
-  const int code = sqlite3_exec(copy.get(), kKeepBefore, nullptr, nullptr, nullptr);
-  if (code != SQLITE_OK) {
-    ReportFailure(code, sqlite3_errmsg(copy.get()), HaldenLib::kStoreFile);
-    return {};
-  }
   rehearsal.database = copy.get();
   rehearsal.connection = std::make_shared<StoreConnection>(std::move(copy));
   return rehearsal.connection;
+}
+
+std::shared_ptr<StoreConnection> BeginRehearsal() {
+  std::shared_ptr<StoreConnection> connection = BeginReading(HaldenLib::kStoreFile);
+  if (connection == nullptr) return {};
+  sqlite3* const database = OfThisThread().database;
+  const int code = sqlite3_exec(database, kKeepBefore, nullptr, nullptr, nullptr);
+  if (code == SQLITE_OK) return connection;
+  ReportFailure(code, sqlite3_errmsg(database), HaldenLib::kStoreFile);
+  EndRehearsal();
+  return {};
 }
 
 void EndRehearsal() {

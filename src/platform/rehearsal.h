@@ -16,6 +16,10 @@ namespace DBStore {
 /// empty pointer when the store cannot be read or a rehearsal is on already.
 std::shared_ptr<StoreConnection> BeginRehearsal();
 
+/// Has the calling thread's connections to the store lead to a copy of the database
+/// file at `path`, which is only read. Returns as above; EndRehearsal ends it.
+std::shared_ptr<StoreConnection> BeginReading(const std::string& path);
+
 /// Ends it; connections that it handed out must not be used any more.
 void EndRehearsal();
 
