@@ -3,15 +3,13 @@
 #include <stdexcept>
 
 #include "sample.h"
+#include "select_once.h"
 
 namespace bench {
 
 namespace {
 
 // The same columns and forms as the library's statements, with bound values.
-constexpr char kSelect[] =
-    "SELECT Version, AutoConfValue, UserValue, VitalValue, CachedValue, Success, CreationTime, ModifiedTime FROM "
-    "Config WHERE Name=?1 and ConfigGroup=?2 and Component=?3 and Identifier=?4;";
 constexpr char kSelectAll[] =
     "SELECT Version, Success, UserValue, Identifier, VitalValue, CachedValue, AutoConfValue, CreationTime, "
     "ModifiedTime FROM Config WHERE Name=?1 and ConfigGroup=?2 and Component=?3;";
@@ -39,13 +37,24 @@ Floor::Database Floor::Open(const std::string& path, int flags) {
   return opened;
 }
 
-Floor::Floor(const std::string& storeFile, const std::string& path)
-    : database_(Open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) {
+void Floor::Copy(const std::string& storeFile, const std::string& path) {
+  const Database copy = Open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   const Database source = Open(storeFile, SQLITE_OPEN_READWRITE);
-  sqlite3_backup* const copy = sqlite3_backup_init(database_.get(), "main", source.get(), "main");
-  Check(copy != nullptr && sqlite3_backup_step(copy, -1) == SQLITE_DONE);
-  Check(sqlite3_backup_finish(copy) == SQLITE_OK);
-  Execute("PRAGMA journal_mode=WAL;");
+  sqlite3_backup* const backup = sqlite3_backup_init(copy.get(), "main", source.get(), "main");
+  Check(backup != nullptr && sqlite3_backup_step(backup, -1) == SQLITE_DONE);
+  Check(sqlite3_backup_finish(backup) == SQLITE_OK);
+  Check(sqlite3_exec(copy.get(), "PRAGMA journal_mode=WAL;", nullptr, nullptr, nullptr) == SQLITE_OK);
+}
+
+void Floor::ReadOnce(const std::string& path, const std::string& instance) {
+  Check(SelectOnce(path.c_str(), instance.c_str()));
+}
+
+Floor::Floor(const std::string& storeFile, const std::string& path) : Floor((Copy(storeFile, path), path)) {}
+
+Floor::Floor(const std::string& path) : database_(Open(path, SQLITE_OPEN_READWRITE)) {
+  constexpr int kWait = 3000;
+  sqlite3_busy_timeout(database_.get(), kWait);
   Execute("PRAGMA synchronous=FULL;");
 
   const ConfigStoreObjectId type = SampleType();
@@ -56,7 +65,7 @@ Floor::Floor(const std::string& storeFile, const std::string& path)
     Bind(*statement, 3, type.component);
     return statement;
   };
-  select_ = prepareForType(kSelect);
+  select_ = prepareForType(kSelectRow);
   selectAll_ = prepareForType(kSelectAll);
   insert_ = prepareForType(kInsert);
   Bind(*insert_, 6, "1.0");

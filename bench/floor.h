@@ -24,6 +24,11 @@ class Floor {
  public:
   /// Copies `storeFile` to `path` and opens the copy.
   Floor(const std::string& storeFile, const std::string& path);
+  /// Opens a copy that was made before.
+  explicit Floor(const std::string& path);
+
+  /// Opens the copy at `path`, reads one row and closes it.
+  static void ReadOnce(const std::string& path, const std::string& instance);
 
   /// Reads the columns of a row that the library reads, and hands the object's
   /// text to `visit`.
@@ -56,6 +61,7 @@ class Floor {
 
   static constexpr int kValueColumn = 2;
 
+  static void Copy(const std::string& storeFile, const std::string& path);
   static Database Open(const std::string& path, int flags);
   static void Check(bool holds);
   Statement Prepare(const char* sql) const;

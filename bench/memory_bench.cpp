@@ -55,6 +55,19 @@ void FillByChild() {
   }
 }
 
+// Looks at all instances one after the other and keeps none.
+Memory MeasureVisit() {
+  bench::SampleHost host(0);
+  FillByChild();
+  ResetPeak();
+  const double before = Status("VmRSS");
+  size_t count = 0;
+  const auto filter = std::make_shared<OrvoConfigStore::FilterSpecObject>(bench::SampleType());
+  OrvoConfigStore::VisitInstances(host.Store(), filter, [&count](const auto&) { ++count; });
+  if (count != kInstances) throw std::runtime_error("instances are missing");
+  return {0, Status("VmHWM") - before};
+}
+
 Memory MeasureGet() {
   bench::SampleHost host(0);
   FillByChild();
@@ -129,6 +142,7 @@ void RegisterMemory(const char* operation, Memory (*measure)()) {
 
 int main(int argc, char** argv) {
   RegisterMemory("GetInstances", MeasureGet);
+  RegisterMemory("VisitInstances", MeasureVisit);
   RegisterMemory("SetInstances", MeasureSet);
   RegisterMemory("Export", MeasureExport);
   RegisterMemory("Import", MeasureImport);

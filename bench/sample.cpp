@@ -9,15 +9,13 @@
 #include <stdexcept>
 #include <thread>
 
+#include "type.h"
+
 namespace fs = std::filesystem;
 
 namespace bench {
 
 namespace {
-
-constexpr char kKey[] = "probe_settings";
-constexpr char kGroup[] = "probes";
-constexpr char kComponent[] = "measured";
 
 // Eight fields: two strings, two integers, boolean, double, nested object of
 // two, list of three strings; bounded as a real type would be.

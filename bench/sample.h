@@ -46,6 +46,7 @@ class SampleHost {
 
   ConfigStore& operator*() const { return *store_; }
   ConfigStore* operator->() const { return store_.get(); }
+  const std::shared_ptr<ConfigStore>& Store() const { return store_; }
   /// Returns a path for a file that goes with the host.
   std::string FileBeside(const std::string& name) const { return root_ + "/" + name; }
 
