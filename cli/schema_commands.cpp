@@ -23,14 +23,17 @@ const char* SeverityWord(const SchemaFinding& finding) {
 
 std::string FindingJson(const SchemaFinding& finding) {
   return JsonObject({{"file", JsonString(finding.file)},
+                     {"line", std::to_string(finding.line)},
+                     {"column", std::to_string(finding.column)},
                      {"pointer", JsonString(finding.pointer)},
                      {"severity", JsonString(SeverityWord(finding))},
                      {"message", JsonString(finding.text)}});
 }
 
 std::string FindingLine(const SchemaFinding& finding) {
-  const std::string place = finding.file + (finding.pointer.empty() ? "" : "#" + finding.pointer);
-  return Printable(place) + ": " + SeverityWord(finding) + ": " + Printable(finding.text);
+  const std::string place = ":" + std::to_string(finding.line) + ":" + std::to_string(finding.column);
+  const std::string what = finding.pointer.empty() ? finding.text : finding.pointer + ": " + finding.text;
+  return Printable(finding.file) + place + ": " + SeverityWord(finding) + ": " + Printable(what);
 }
 
 Exit Lint(Session& session, const std::vector<std::string>& files) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -21,11 +22,13 @@ struct SchemaFinding {
   std::string file;     ///< empty for a text
   std::string pointer;  ///< JSON pointer into the file, "/schema/properties/mtu"
   std::string text;
+  size_t line = 0;    ///< from 1; of what is nearest for something that is missing
+  size_t column = 0;  ///< from 1, in characters
 };
 
 /// Returns what is wrong with the text of a schema file: everything that
 /// registration refuses, and beyond that what the dialect accepts and ignores, or
-/// accepts and can never satisfy. Nothing is stored.
+/// accepts and can never satisfy; in the order of the text. Nothing is stored.
 CONFIGSTORE_API std::vector<SchemaFinding> LintSchema(const std::string& text);
 
 /// The same for files that are to be registered together.

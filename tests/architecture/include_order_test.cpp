@@ -49,7 +49,7 @@ const std::map<std::string, std::string> kHeaderLayer = {
     {"lifecycle.h", "lifecycle"},
     {"documents.h", "documents"},
     {"configstore.h", "top"},
-    {"schema_tools.h", "api"},
+    {"schema_tools.h", "documents"},
     {"object_name.h", "objects"},
     {"rehearsal.h", "api"},
     {"edit_fields.h", "api"},

@@ -24,12 +24,13 @@ TEST_F(SchemaCommands, LintEndsByWhatItFinds) {
   EXPECT_EQ("", clean.out + clean.err);
   const Outcome warned = Run({"schema", "lint", open_});
   EXPECT_EQ(1, warned.exit);
-  EXPECT_EQ(0u, warned.out.find(open_ + "#/schema: warning: "));
+  EXPECT_EQ(0u, warned.out.find(open_ + ":1:54: warning: /schema: "));
   const Outcome refused = Run({"schema", "lint", open_, wrong_, "--json"});
   EXPECT_EQ(3, refused.exit);
   EXPECT_NE(std::string::npos,
             refused.out.find(",\"pointer\":\"/schema/properties/a/default\",\"severity\":\"error\","));
-  EXPECT_EQ(0u, refused.out.find("[{\"file\":\"" + open_ + "\",\"pointer\":\"/schema\",\"severity\":\"warning\","));
+  EXPECT_EQ(0u, refused.out.find("[{\"file\":\"" + open_ +
+                                 "\",\"line\":1,\"column\":54,\"pointer\":\"/schema\",\"severity\":\"warning\","));
 }
 
 const Case kSchemaCases[] = {

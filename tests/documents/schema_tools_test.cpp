@@ -76,7 +76,7 @@ const LintCase kLintCases[] = {
     {"PointerEscapes", Closed(R"("a/~":{"type":"text"})"), "W /schema/properties/a~1~0/type"},
     {"MalformedEverywhere",
      File(R"({"type":"object","properties":{"a":{"type":1,"minimum":{},"enum":3,"reference":[]}}})"),
-     "E /schema/properties/a/enum; E /schema/properties/a/reference; W /schema"},
+     "W /schema; E /schema/properties/a/enum; E /schema/properties/a/reference"},
 };
 
 class Lint : public testing::TestWithParam<LintCase> {};

@@ -7,9 +7,11 @@
 #include <string_view>
 #include <tuple>
 
+#include "configstore/diagnostics.h"
 #include "configstore/json_document.h"
 #include "configstore/schema_tools.h"
 #include "configstore/validation.h"
+#include "documents/text_places.h"
 #include "platform/json_reader.h"
 #include "platform/json_values.h"
 #include "platform/schema_check.h"
@@ -315,15 +317,38 @@ class Linter {
   std::vector<Reference> references_;
 };
 
+// --- where findings are in the text ------------------------------------------
+
+void Place(std::vector<SchemaFinding>& findings, const std::string& text, const JsonValue& file) {
+  std::map<std::string, TextPosition> positions;
+  PositionCounter counter(text);
+  VisitPlaces(text, file, [&](const JsonValue&, const std::vector<PlaceStep>& steps, size_t offset) {
+    positions.emplace(PointerOf(steps), counter.At(offset));
+  });
+  for (SchemaFinding& finding : findings) {
+    std::string pointer = finding.pointer;
+    while (!pointer.empty() && positions.count(pointer) == 0) pointer.resize(pointer.rfind('/'));
+    finding.line = positions[pointer].line;
+    finding.column = positions[pointer].column;
+  }
+  std::stable_sort(findings.begin(), findings.end(), [](const SchemaFinding& a, const SchemaFinding& b) {
+    return std::tie(a.line, a.column) < std::tie(b.line, b.column);
+  });
+}
+
 std::vector<SchemaFinding> Lint(const std::string& text, SchemaRecord& record) {
   std::vector<SchemaFinding> findings;
   for (const OrvoSchemaStore::SchemaFault& fault : OrvoSchemaStore::CheckSchemaText(text, record)) {
     findings.push_back({SchemaFinding::ERROR, "", fault.path, fault.text});
   }
   JsonStorage file(text.size());
-  if (ReadJson(text, file.document, nullptr) && file.document.IsObject()) {
-    Linter(findings, findings.empty()).LintFile(file.document);
+  if (!ReadJson(text, file.document, nullptr)) {
+    const std::optional<Diagnostic> place = FindSyntaxError(text);
+    if (place) std::tie(findings.front().line, findings.front().column) = std::tie(place->line, place->column);
+    return findings;
   }
+  if (file.document.IsObject()) Linter(findings, findings.empty()).LintFile(file.document);
+  Place(findings, text, file.document);
   return findings;
 }
 
@@ -344,7 +369,7 @@ std::vector<SchemaFinding> LintSchemaFiles(const std::vector<std::string>& paths
     if (OrvoSchemaStore::ReadSchemaText(path, text)) {
       found = Lint(text, record);
     } else {
-      found.push_back({SchemaFinding::ERROR, "", "", "The file cannot be read."});
+      found.push_back({SchemaFinding::ERROR, "", "", "The file cannot be read.", 0, 0});
     }
     if (!record.key.empty() && !types.insert({record.component, record.group, record.key}).second) {
       found.push_back({SchemaFinding::ERROR, "", "", "Another of these files describes the same type."});
