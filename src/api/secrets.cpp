@@ -1,5 +1,6 @@
 #include "api/secrets.h"
 
+#include <map>
 #include <string_view>
 
 #include "configstore/inspect.h"
@@ -24,19 +25,45 @@ const JsonValue* MemberOf(const JsonValue* object, std::string_view name) {
   return object == nullptr || !object->IsObject() ? nullptr : FindValue(*object, name);
 }
 
-// The stored element that `element` is another state of.
-const JsonValue* Counterpart(const JsonValue* stored, const JsonValue& element, rapidjson::SizeType position,
-                             const JsonValue* idKey) {
-  if (stored == nullptr || !stored->IsArray()) return nullptr;
-  if (idKey == nullptr || !idKey->IsString()) return position < stored->Size() ? &(*stored)[position] : nullptr;
-  const JsonValue* id = MemberOf(&element, TextOf(*idKey));
-  if (id == nullptr) return nullptr;
-  for (const JsonValue& candidate : stored->GetArray()) {
-    const JsonValue* other = MemberOf(&candidate, TextOf(*idKey));
-    if (other != nullptr && *other == *id) return &candidate;
+// Finds the stored elements that elements are another state of: by identifier
+// where the array has one, else by position. Identifiers that are texts go through
+// an index, so that n elements never take n * n steps.
+class Counterparts {
+ public:
+  /// `stored` may be null or no array: then there is none.
+  Counterparts(const JsonValue* stored, const JsonValue* idKey)
+      : stored_(stored != nullptr && stored->IsArray() ? stored : nullptr),
+        idKey_(idKey != nullptr && idKey->IsString() ? idKey : nullptr) {
+    if (stored_ == nullptr || idKey_ == nullptr) return;
+    for (const JsonValue& candidate : stored_->GetArray()) {
+      const JsonValue* id = MemberOf(&candidate, TextOf(*idKey_));
+      if (id != nullptr && id->IsString()) byText_.emplace(TextOf(*id), &candidate);
+    }
   }
-  return nullptr;
-}
+
+  const JsonValue* Find(const JsonValue& element, rapidjson::SizeType position) const {
+    if (stored_ == nullptr) return nullptr;
+    if (idKey_ == nullptr) return position < stored_->Size() ? &(*stored_)[position] : nullptr;
+    const JsonValue* id = MemberOf(&element, TextOf(*idKey_));
+    if (id == nullptr) return nullptr;
+    if (!id->IsString()) return FindEqual(*id);
+    const auto found = byText_.find(TextOf(*id));
+    return found == byText_.end() ? nullptr : found->second;
+  }
+
+ private:
+  const JsonValue* FindEqual(const JsonValue& id) const {
+    for (const JsonValue& candidate : stored_->GetArray()) {
+      const JsonValue* other = MemberOf(&candidate, TextOf(*idKey_));
+      if (other != nullptr && *other == id) return &candidate;
+    }
+    return nullptr;
+  }
+
+  const JsonValue* stored_;
+  const JsonValue* idKey_;
+  std::map<std::string_view, const JsonValue*> byText_;  // the first of each
+};
 
 // Calls visit(value, stored, path) for each value in a secret's place; `stored`
 // is walked along and null where it has nothing.
@@ -48,9 +75,9 @@ void ForEachSecret(JsonValue& data, const JsonValue& node, const JsonValue* stor
   if (data.IsArray()) {
     const JsonValue* items = FindValue(node, "items");
     if (items == nullptr) return;
-    const JsonValue* idKey = FindValue(node, "instanceId");
+    const Counterparts counterparts(stored, FindValue(node, "instanceId"));
     for (rapidjson::SizeType i = 0; i < data.Size(); ++i) {
-      ForEachSecret(data[i], *items, Counterpart(stored, data[i], i, idKey), path, visit);
+      ForEachSecret(data[i], *items, counterparts.Find(data[i], i), path, visit);
     }
     return;
   }

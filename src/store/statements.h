@@ -245,8 +245,7 @@ enum class ContextWrite { UserDroppingDesired, User, AutoConf };
 struct RowSql {
   std::string head;
   std::string row;
-
-  std::string Text() const { return head + row; }
+  std::string text = head + row;
 };
 
 /// All four layers of an object; binds automatic, user, vital and cached value.

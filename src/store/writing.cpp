@@ -1,12 +1,15 @@
 #include "store/writing.h"
 
 #include <cstring>
+#include <initializer_list>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "configstore/errors.h"
 #include "platform/config_upgrade.h"
 #include "platform/sql_format.h"
+#include "platform/sql_forms.h"
 #include "store/statements.h"
 
 namespace OrvoConfigStore {
@@ -25,34 +28,41 @@ std::string VersionOf(const ConfigStoreObjectId& id) {
   return schema == nullptr ? std::string() : schema->GetVersion();
 }
 
-// Fills the places of a composed statement.
-std::string FormatRow(const std::string& text, const ConfigStoreObjectId& id, const std::string& version) {
-  return FormatSql(text, {id.instanceId, id.key, id.group, id.component, version});
-}
+// What fills the places of a composed statement.
+using Names = std::initializer_list<std::string_view>;
 
-std::string FormatRowForObject(const std::string& text, const ConfigStoreObject& object) {
-  return FormatRow(text, object.GetId(), object.GetVersion());
-}
-
-// Binds layer texts, an empty one as NULL: an unset layer, never an empty text.
-int ExecuteWithLayers(const Connection& connection, const std::string& sql, const std::vector<std::string>& layers) {
+// Runs a form with layer texts, an empty one as NULL: an unset layer, never an
+// empty text.
+int ExecuteWithLayers(const Connection& connection, std::string_view form, Names names,
+                      const std::vector<std::string>& layers) {
   std::vector<int> types;
+  types.reserve(layers.size());
   for (const std::string& layer : layers) types.push_back(layer.empty() ? DBStore::VALUE_NULL : DBStore::VALUE_TEXT);
-  return DBStore::Execute(connection, sql, layers, types, DBStore::kBusyTimeout);
+  return DBStore::ExecuteNamed(connection, {form, names}, layers, types, DBStore::kBusyTimeout);
 }
 
-int ExecuteFor(const Connection& connection, const std::string& sql) {
-  return DBStore::ExecuteV2(connection, sql, nullptr, nullptr, DBStore::kBusyTimeout);
+int ExecuteFor(const Connection& connection, std::string_view form, Names names) {
+  return DBStore::QueryNamed(connection, {form, names}, nullptr, nullptr, DBStore::kBusyTimeout);
 }
 
 void WriteLayerInstances(const ObjectList& objects, LayerWrite write, const Connection& connection) {
-  const std::string text = LayerWriteSql(write).Text();
+  const std::string& form = LayerWriteSql(write).text;
   for (const std::shared_ptr<ConfigStoreObject>& object : objects) {
-    const std::string sql = FormatRowForObject(text, *object);
-    if (DBStore::Execute(connection, sql, {object->GetData()}, {DBStore::VALUE_TEXT}, DBStore::kBusyTimeout) == 1) {
-      Throw("Write config instances failed");
-    }
+    const ConfigStoreObjectId& id = object->GetId();
+    const std::string version = object->GetVersion();
+    const Names names = {id.instanceId, id.key, id.group, id.component, version};
+    const int result = DBStore::ExecuteNamed(connection, {form, names}, {object->GetData()}, {DBStore::VALUE_TEXT},
+                                             DBStore::kBusyTimeout);
+    if (result == 1) Throw("Write config instances failed");
   }
+}
+
+// The texts, in this order and moved from where they are.
+std::vector<std::string> ListOf(std::initializer_list<std::string*> layers) {
+  std::vector<std::string> list;
+  list.reserve(layers.size());
+  for (std::string* layer : layers) list.push_back(std::move(*layer));
+  return list;
 }
 
 // How a write by context goes about it: which layer takes the user part and
@@ -75,11 +85,12 @@ const ContextStatements& StatementsOf(const UPDATE_CONTEXT& context) {
                                 : context.kind];
 }
 
-void ExecuteByContext(const ConfigStoreObject& object, const SchemaObject& schema, const std::string& sql,
+void ExecuteByContext(const ConfigStoreObject& object, const SchemaObject& schema, std::string_view form, Names names,
                       const Connection& connection) {
-  const LayerValues values = BuildContextValues(object, schema);
+  LayerValues values = BuildContextValues(object, schema);
+  const std::vector<std::string> layers = ListOf({&values.user, &values.vital, &values.cached});
   // Deliberate: any result but 0 is a failure here, elsewhere only 1 is.
-  if (ExecuteWithLayers(connection, sql, {values.user, values.vital, values.cached}) != 0) {
+  if (ExecuteWithLayers(connection, form, names, layers) != 0) {
     Throw("Database call to update configuration by context failed for: " + object.GetId().toString());
   }
 }
@@ -89,10 +100,11 @@ std::string VersionOfObject(const BaseObject& object) {
   return full == nullptr ? std::string() : full->GetVersion();
 }
 
-void WriteComplete(const std::string& text, const ConfigStoreObjectId& id, const std::string& version,
-                   const LayerValues& layers, const Connection& connection) {
-  const std::string sql = FormatRow(text, id, version);
-  if (ExecuteWithLayers(connection, sql, {layers.autoConf, layers.user, layers.vital, layers.cached}) == 1) {
+void WriteComplete(const ConfigStoreObjectId& id, const std::string& version, LayerValues values,
+                   const Connection& connection) {
+  const std::vector<std::string> layers = ListOf({&values.autoConf, &values.user, &values.vital, &values.cached});
+  if (ExecuteWithLayers(connection, CompleteWriteSql().text, {id.instanceId, id.key, id.group, id.component, version},
+                        layers) == 1) {
     Throw("WriteComplete failed");
   }
 }
@@ -101,27 +113,24 @@ void WriteComplete(const std::string& text, const ConfigStoreObjectId& id, const
 
 void SetInternal(const std::shared_ptr<ConfigStoreObject>& object, const std::shared_ptr<SchemaObject>& schema,
                  const USERDATA_CONTEXT& context, const Connection& connection) {
-  WriteComplete(CompleteWriteSql().Text(), object->GetId(), schema->GetVersion(),
-                BuildLayerValues(*object, *schema, context.kind), connection);
+  WriteComplete(object->GetId(), schema->GetVersion(), BuildLayerValues(*object, *schema, context.kind), connection);
 }
 
 void SetInstancesInternal(const ObjectList& objects, const USERDATA_CONTEXT& context, const SchemaMap& schemas,
                           const Connection& connection) {
   // Each is written before the next is split: the texts of a large list are
   // never all in memory, and rows that are read in order lie in order.
-  const std::string text = CompleteWriteSql().Text();
   for (const std::shared_ptr<ConfigStoreObject>& object : objects) {
     const auto schema = schemas.find(TypeOf(object->GetId()));
     if (schema == schemas.end()) throw std::out_of_range("_Map_base::at");
-    WriteComplete(text, object->GetId(), schema->second->GetVersion(),
+    WriteComplete(object->GetId(), schema->second->GetVersion(),
                   BuildLayerValues(*object, *schema->second, context.kind), connection);
   }
 }
 
 void WriteCompleteConfigInstances(const std::unordered_map<ConfigStoreObjectId, LayerValues>& objects,
                                   const Connection& connection) {
-  const std::string text = CompleteWriteSql().Text();
-  for (const auto& [id, layers] : objects) WriteComplete(text, id, VersionOf(id), layers, connection);
+  for (const auto& [id, layers] : objects) WriteComplete(id, VersionOf(id), layers, connection);
 }
 
 void WriteUserConfigInstances(const ObjectList& objects, const Connection& connection) {
@@ -152,32 +161,33 @@ void DeleteCachedConfigInstances(const ConfigStoreObjectId& type, const Connecti
 }
 
 void DeletePartialConfigInstances(const char* column, const ConfigStoreObjectId& type, const Connection& connection) {
-  const std::string sql = FormatSql(Sql::kClearLayer, {column, type.key, type.group, type.component});
-  if (ExecuteFor(connection, sql) == 1) Throw("Failed to Delete in SetConfigInstancesInternal");
+  if (ExecuteFor(connection, Sql::kClearLayer, {column, type.key, type.group, type.component}) == 1)
+    Throw("Failed to Delete in SetConfigInstancesInternal");
 }
 
 void DeleteInternal(const ConfigStoreObjectId& id, const Connection& connection) {
-  const std::string sql = FormatSql(Sql::kDelete, {id.key, id.component, id.instanceId, id.group});
-  if (ExecuteFor(connection, sql) == 1) Throw("Delete failed: " + id.toString());
+  if (ExecuteFor(connection, Sql::kDelete, {id.key, id.component, id.instanceId, id.group}) == 1)
+    Throw("Delete failed: " + id.toString());
 }
 
 void DeleteInstancesInternal(const ConfigStoreObjectId& type, const Connection& connection) {
-  const std::string sql = FormatSql(Sql::kDeleteInstances, {type.key, type.component, type.group});
-  if (ExecuteFor(connection, sql) == 1) Throw("Delete instances failed: " + type.toString());
+  if (ExecuteFor(connection, Sql::kDeleteInstances, {type.key, type.component, type.group}) == 1)
+    Throw("Delete instances failed: " + type.toString());
 }
 
 void SetByContextInternal(const std::shared_ptr<ConfigStoreObject>& object, const std::shared_ptr<SchemaObject>& schema,
                           const UPDATE_CONTEXT& context, const Connection& connection) {
-  const std::string sql = FormatRowForObject(ContextWriteSql(StatementsOf(context).set).Text(), *object);
-  ExecuteByContext(*object, *schema, sql, connection);
+  const ConfigStoreObjectId& id = object->GetId();
+  ExecuteByContext(*object, *schema, ContextWriteSql(StatementsOf(context).set).text,
+                   {id.instanceId, id.key, id.group, id.component, object->GetVersion()}, connection);
 }
 
 void UpdateByContextInternal(const std::shared_ptr<ConfigStoreObject>& object,
                              const std::shared_ptr<SchemaObject>& schema, const UPDATE_CONTEXT& context,
                              const Connection& connection) {
   const ConfigStoreObjectId& id = object->GetId();
-  const std::string sql = FormatSql(StatementsOf(context).update, {id.key, id.group, id.component, id.instanceId});
-  ExecuteByContext(*object, *schema, sql, connection);
+  ExecuteByContext(*object, *schema, StatementsOf(context).update, {id.key, id.group, id.component, id.instanceId},
+                   connection);
 }
 
 void Write(const char* table, const BaseObject& object, const Connection& connection) {

@@ -14,7 +14,7 @@ constexpr char kFullRow[] =
 
 // Runs one composed write over whatever is stored.
 void Write(TestStore& store, const RowSql& sql, const std::vector<std::string>& values) {
-  const std::string text = FormatSql(sql.Text(), {"", "stack_settings", "ipstack", "netd", "1.0"});
+  const std::string text = FormatSql(sql.text, {"", "stack_settings", "ipstack", "netd", "1.0"});
   const std::vector<int> types(values.size(), DBStore::VALUE_TEXT);
   ASSERT_EQ(0, DBStore::Execute(store.connection, text, values, types, DBStore::kBusyTimeout));
 }
