@@ -20,7 +20,8 @@ const std::string sGlobalNamespace;
 
 std::shared_ptr<ConfigStore> ConfigStore::GetStore(const std::string& ns) {
   if (ns != sGlobalNamespace) throw ConfigStoreException(CS_GENERAL, "Invalid value for namespace.");
-  if (!HaldenLib::FileExists(HaldenLib::kStoreFile)) return nullptr;
+  // One that is out of reach is there: the handle says what is wrong with it.
+  if (HaldenLib::IsMissing(HaldenLib::kStoreFile)) return nullptr;
   return std::make_shared<ConfigStoreImpl>(GetDBStore(DBStore::TYPE_STORE, false));
 }
 

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <mutex>
 #include <set>
@@ -59,6 +60,11 @@ std::string GetHostRoot() {
 std::string ResolvePath(const std::string& path) {
   const bool isAbsolute = !path.empty() && path.front() == '/';
   return isAbsolute ? Root().Get() + path : path;
+}
+
+bool IsMissing(const std::string& path) {
+  struct stat ignored;
+  return stat(ResolvePath(path).c_str(), &ignored) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 bool FileExists(const std::string& path) {

@@ -37,6 +37,9 @@ std::string GetHostRoot();
 /// Returns `path` under the root; a relative path, or any without a root, as it is.
 std::string ResolvePath(const std::string& path);
 
+/// Whether nothing is at `path`; false when that cannot be known, for want of a permission.
+bool IsMissing(const std::string& path);
+
 /// Whether something exists at `path` under the root.
 bool FileExists(const std::string& path);
 
