@@ -22,17 +22,17 @@ long FailEveryPlace(FaultHost& host, const Part& part, bool reopens, Arm arm, Di
     arm(k);
     try {
       if (reopens) host.Open();
-      if (host.store != nullptr) part.write(host, stored + 1);
+      if (host.store != nullptr) part.write(host, stored + part.step);
       if (host.store == nullptr) answer = "no store";
     } catch (const std::exception& error) {
       answer = error.what();
       if (answer.empty()) answer = "(no words)";
     }
     const bool hasStruck = disarm();
-    if (reopens && !answer.empty()) host.Open();
+    if (reopens) host.Open();  // a handle that could not be opened stays without a store
     const int found = part.read(host);
-    const bool isNew = answer.empty() || (part.mayFailWhenDone && found == stored + 1);
-    EXPECT_EQ(isNew ? stored + 1 : stored, found) << part.name << ", place " << k << ": " << answer;
+    const bool isNew = answer.empty() || (part.mayFailWhenDone && found == stored + part.step);
+    EXPECT_EQ(isNew ? stored + part.step : stored, found) << part.name << ", place " << k << ": " << answer;
     EXPECT_NE("(no words)", answer);
     if (found == kTorn || testing::Test::HasFailure()) return k;
     stored = found;

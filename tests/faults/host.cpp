@@ -12,14 +12,10 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double kShare = 0.1;
-#else
-constexpr double kShare = 1;
-#endif
+constexpr double kShare = kIsSanitized ? 0.1 : 1;
 
-const char* const kSingletons[] = {"single", "updated", "saved"};
-const char* const kSets[] = {"set", "moving"};
+const char* const kSingletons[] = {"single", "updated", "saved", "imported"};
+const char* const kSets[] = {"set", "moving", "importedset"};
 const char* const kVersioned[] = {"first", "second"};
 
 const std::string kProperties =
@@ -112,6 +108,17 @@ int ReadSaved(FaultHost& host) {
   return code == SQLITE_OK || code == SQLITE_ERROR ? n : kTorn;
 }
 
+/// A document of two types.
+void WriteImport(FaultHost&, int n) {
+  Import(R"({"components": {"faults": {"f": {"imported": )" + Data(n) + R"(, "importedset": [)" + Data(n, "a") + "," +
+         Data(n, "b") + "]}}}}");
+}
+
+int ReadImport(FaultHost& host) {
+  const int n = GenerationOf(host.store->Get(FaultType("imported")));
+  return n == GenerationOf(Instances(host, "importedset"), [](int) { return 2; }) ? n : kTorn;
+}
+
 int ReadVersion() {
   const std::string version = ConfigStore::GetSchemaVersion(FaultType(kVersioned[0]));
   return version == ConfigStore::GetSchemaVersion(FaultType(kVersioned[1])) ? std::atoi(version.c_str()) : kTorn;
@@ -119,32 +126,55 @@ int ReadVersion() {
 
 }  // namespace
 
-const std::vector<Part> kParts = {
-    {"Set", [](FaultHost& host, int n) { host.store->Set(Object("single", n), {}); },
-     [](FaultHost& host) { return GenerationOf(host.store->Get(FaultType("single"))); }},
-    {"SetInstances", WriteSet,
-     [](FaultHost& host) { return GenerationOf(Instances(host, "set"), [](int n) { return 2 + n % 3; }); }},
-    {"SetAndDelete", WriteMoving,
-     [](FaultHost& host) { return GenerationOf(Instances(host, "moving"), [](int) { return 1; }); }},
-    {"Update", [](FaultHost& host, int n) { host.store->Update(Object("updated", n), {}); },
-     [](FaultHost& host) { return GenerationOf(host.store->Get(FaultType("updated"))); }},
-    {"Stage",
-     [](FaultHost&, int n) {
-       const std::string data = R"({"n":)" + std::to_string(n) + "}";
-       SetDesiredUserConfig({ConfigStore::CreateObject(FaultType("single"), data),
-                             ConfigStore::CreateObject(FaultType("updated"), data)});
-     },
-     [](FaultHost&) {
-       int first = 0, second = 0;
-       for (const auto& object : ListStagedConfig()) {
-         object->GetValue("n", object->GetId().key == "single" ? &first : &second);
-       }
-       return first == second ? first : kTorn;
-     }},
-    // A copy that is complete but still needs its log counts as failed.
-    {"Backup", WriteSaved, ReadSaved, true},
-    {"Register", [](FaultHost& host, int n) { host.RegisterGeneration(n); }, [](FaultHost&) { return ReadVersion(); }},
-};
+const std::vector<Part>& Parts() {
+  static const std::vector<Part> parts = {
+      {"Set", [](FaultHost& host, int n) { host.store->Set(Object("single", n), {}); },
+       [](FaultHost& host) { return GenerationOf(host.store->Get(FaultType("single"))); }},
+      {"SetInstances", WriteSet,
+       [](FaultHost& host) { return GenerationOf(Instances(host, "set"), [](int n) { return 2 + n % 3; }); }},
+      {"SetAndDelete", WriteMoving,
+       [](FaultHost& host) { return GenerationOf(Instances(host, "moving"), [](int) { return 1; }); }},
+      {"Update", [](FaultHost& host, int n) { host.store->Update(Object("updated", n), {}); },
+       [](FaultHost& host) { return GenerationOf(host.store->Get(FaultType("updated"))); }},
+      {"Stage",
+       [](FaultHost&, int n) {
+         const std::string data = R"({"n":)" + std::to_string(n) + "}";
+         SetDesiredUserConfig({ConfigStore::CreateObject(FaultType("single"), data),
+                               ConfigStore::CreateObject(FaultType("updated"), data)});
+       },
+       [](FaultHost&) {
+         int first = 0, second = 0;
+         for (const auto& object : ListStagedConfig()) {
+           object->GetValue("n", object->GetId().key == "single" ? &first : &second);
+         }
+         return first == second ? first : kTorn;
+       }},
+      // A copy that is complete but still needs its log counts as failed.
+      {"Backup", WriteSaved, ReadSaved, true},
+      {"Import", WriteImport, ReadImport},
+      {"Register", [](FaultHost& host, int n) { host.RegisterGeneration(n); },
+       [](FaultHost&) { return ReadVersion(); }},
+  };
+  return parts;
+}
+
+void StageAndApply(FaultHost&, int n) {
+  const std::string data = R"({"n":)" + std::to_string(n) + "}";
+  SetDesiredUserConfig(
+      {ConfigStore::CreateObject(FaultType("single"), data), ConfigStore::CreateObject(FaultType("updated"), data)});
+  SetBootMode(BOOTMODE_APPLY);
+}
+
+int AppliedGeneration() {
+  const auto first = ReadStoredRow(FaultType("single")), second = ReadStoredRow(FaultType("updated"));
+  if (!first && !second) return 0;
+  if (!first || !second || first->userValue != second->userValue) return kTorn;
+  const bool isStaged = !ListStagedConfig().empty();
+  if (isStaged != GetNextBootMode()) return kTorn;
+  int n = kTorn;
+  std::sscanf(first->userValue.value_or("").c_str(), "{\"n\":%d}", &n);
+  return n;
+}
 
 long Times(long count) {
   static const char* const given = std::getenv("FAULTS_TIMES");
@@ -187,16 +217,16 @@ std::string Ledger::Judge(FaultHost& host) {
   std::string faults;
   host.Close();
   host.Open();
-  for (size_t i = 0; i < kParts.size(); ++i) {
-    const int found = kParts[i].read(host);
+  for (size_t i = 0; i < Parts().size(); ++i) {
+    const int found = Parts()[i].read(host);
     const bool isRight = found == acknowledged[i] || (i == underWay && found == acknowledged[i] + 1);
     if (!isRight) {
-      faults += std::string(kParts[i].name) + ": " + std::to_string(found) + " instead of " +
+      faults += std::string(Parts()[i].name) + ": " + std::to_string(found) + " instead of " +
                 std::to_string(acknowledged[i]) + (i == underWay ? " or the next; " : "; ");
     }
     acknowledged[i] = found;
   }
   if (!IsConsistentStore(HaldenLib::kStoreFile)) faults += "the store is not consistent; ";
-  underWay = kParts.size();
+  underWay = Parts().size();
   return faults;
 }

@@ -11,7 +11,7 @@ TEST_P(EveryIoError, IsAnswered) {
   const auto [kind, forGood, reopens] = GetParam();
   FaultDisk& disk = FaultDisk::Instance();
   FaultHost host;
-  for (const Part& part : kParts) {
+  for (const Part& part : Parts()) {
     part.write(host, 1);
     const long places = FailEveryPlace(
         host, part, reopens, [&, kind = kind, forGood = forGood](long k) { disk.FailAt(k, kind, forGood); },

@@ -19,9 +19,9 @@ struct Entry {
 [[noreturn]] void WriteUntilKilled(FaultHost& host, Ledger ledger, std::mt19937 random, int pipe) {
   host.Open();
   for (;;) {
-    const size_t part = random() % kParts.size();
+    const size_t part = random() % Parts().size();
     for (const bool isDone : {false, true}) {
-      if (isDone) kParts[part].write(host, ++ledger.acknowledged[part]);
+      if (isDone) Parts()[part].write(host, ++ledger.acknowledged[part]);
       const Entry entry{part, isDone};
       if (write(pipe, &entry, sizeof entry) != sizeof entry) _exit(1);
     }
@@ -32,7 +32,7 @@ struct Entry {
 int Take(int pipe, Ledger* ledger) {
   int done = 0;
   for (Entry entry{}; read(pipe, &entry, sizeof entry) == sizeof entry;) {
-    ledger->underWay = entry.isDone ? kParts.size() : entry.part;
+    ledger->underWay = entry.isDone ? Parts().size() : entry.part;
     if (!entry.isDone) continue;
     ++ledger->acknowledged[entry.part];
     ++done;

@@ -18,11 +18,11 @@ void WriteUntilCut(FaultHost& host, Ledger* ledger, std::mt19937& random, long a
   try {
     host.Open();
     for (int i = 0; i < kMostWrites; ++i) {
-      const size_t part = random() % kParts.size();
+      const size_t part = random() % Parts().size();
       ledger->underWay = part;
-      kParts[part].write(host, ledger->acknowledged[part] + 1);
+      Parts()[part].write(host, ledger->acknowledged[part] + 1);
       ++ledger->acknowledged[part];
-      ledger->underWay = kParts.size();
+      ledger->underWay = Parts().size();
       if (random() % 8 == 0) host.Close(), host.Open();
     }
   } catch (const OrvoConfigStore::ConfigStoreException&) {
