@@ -130,6 +130,8 @@ std::string Try(FaultHost& host, const Row& row) {
 
 TEST(Places, ThatAreWrongAreAnsweredAndTheStoreGoesOnAfterTheRepair) {
   for (const auto& row : kPlaces) {
+    // A sanitizer looks at memory through a pipe, and takes what it cannot look at for damage.
+    if (kIsSanitized && std::string(row.name) == "no descriptors left") continue;
     FaultHost host;
     Parts()[0].write(host, 1);
     host.Close();
