@@ -5,10 +5,11 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <cstring>
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <map>
+#include <string_view>
+#include <vector>
 
 #include "command.h"
 #include "completion.h"
@@ -19,17 +20,43 @@ namespace csctl {
 
 namespace {
 
+using Words = std::vector<std::string_view>;
+
 /// The command line: CLI11's parser and the command that it chose.
 struct CommandLine {
   CLI::App app{"Reads and writes the configuration store of a host", "csctl"};
   Session session;
   Run chosen;
 
-  CommandLine();
+  /// Declares the commands that `words` may name.
+  explicit CommandLine(const Words& words);
+  void AddCommands(const Words& words);
   void Add(const Command& command);
 };
 
-CommandLine::CommandLine() {
+/// Not listed: the shells' completion asks with it, "csctl complete WORD...".
+constexpr char kComplete[] = "complete";
+
+std::string_view FirstWord(std::string_view name) {
+  return name.substr(0, name.find(' '));
+}
+
+bool Contains(const Words& words, std::string_view word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+/// Whether a word asks for help, or may do so as one of several short options.
+bool MayAskForHelp(std::string_view word) {
+  if (word.substr(0, 2) == "--") return word == "--help";
+  return word.substr(0, 1) == "-" && word.find('h') != word.npos;
+}
+
+/// Whether all commands are to be seen: in a help text, and for completion.
+bool MayShowAll(const Words& words) {
+  return (!words.empty() && words.front() == kComplete) || std::any_of(words.begin(), words.end(), MayAskForHelp);
+}
+
+CommandLine::CommandLine(const Words& words) {
   app.set_version_flag("--version", std::string("csctl ") + CONFIGSTORE_VERSION);
   app.add_option("--root", session.root, "Use the host found under this directory")->type_name("DIR")->take_last();
   app.add_flag("--json", session.json, "Print JSON, errors included");
@@ -39,18 +66,37 @@ CommandLine::CommandLine() {
   app.add_flag("-q,--quiet", session.quiet, "Print nothing but errors");
   app.require_subcommand(1);
   app.footer(ExitCodeHelp());
-  for (const auto* group :
-       {&StoreCommands(), &TypeCommands(), &WriteCommands(), &ReadCommands(), &ExplainCommands(), &FieldCommands(),
-        &DiffCommands(), &CheckCommands(), &DocumentCommands(), &BootCommands(), &StageCommands(), &ConfirmCommands(),
-        &BackupCommands(), &UpgradeCommands(), &WatchCommands(), &SchemaCommands()}) {
-    for (const Command& command : *group) Add(command);
+  AddCommands(words);
+}
+
+/// All the tables of commands.
+std::vector<const std::vector<Command>*> CommandGroups() {
+  return {&StoreCommands(),    &TypeCommands(),    &WriteCommands(), &ReadCommands(),
+          &ExplainCommands(),  &FieldCommands(),   &DiffCommands(),  &CheckCommands(),
+          &DocumentCommands(), &BootCommands(),    &StageCommands(), &ConfirmCommands(),
+          &BackupCommands(),   &UpgradeCommands(), &WatchCommands(), &SchemaCommands()};
+}
+
+/// Declares the commands whose first word is given, and all of them where none is: to
+/// declare one takes the parser longer than most commands take to run.
+void CommandLine::AddCommands(const Words& words) {
+  const auto groups = CommandGroups();
+  const auto isGiven = [&words](const Command& command) { return Contains(words, FirstWord(command.name)); };
+  const bool addsAll = MayShowAll(words) || std::none_of(groups.begin(), groups.end(), [&](const auto* group) {
+                         return std::any_of(group->begin(), group->end(), isGiven);
+                       });
+  for (const auto* group : groups) {
+    for (const Command& command : *group) {
+      if (addsAll || isGiven(command)) Add(command);
+    }
   }
 }
 
 void CommandLine::Add(const Command& command) {
-  const char* lastWord = std::strrchr(command.name, ' ');
-  CLI::App* parent = lastWord == nullptr ? &app : app.get_subcommand(std::string(command.name, lastWord));
-  CLI::App* added = parent->add_subcommand(lastWord == nullptr ? command.name : lastWord + 1, command.usage);
+  const std::string_view name = command.name;
+  const size_t space = name.rfind(' ');
+  CLI::App* parent = space == name.npos ? &app : app.get_subcommand(std::string(name.substr(0, space)));
+  CLI::App* added = parent->add_subcommand(std::string(name.substr(space + 1)), command.usage);
   added->fallthrough();  // global options may follow the command
   if (command.setup == nullptr) {
     added->require_subcommand(1);
@@ -61,15 +107,6 @@ void CommandLine::Add(const Command& command) {
     added->add_flag("--dry-run", *isRehearsal, "Change nothing: show what would be created, changed and deleted");
   }
   added->callback([this, isRehearsal, run = command.setup(*added)] { chosen = *isRehearsal ? Rehearsed(run) : run; });
-}
-
-/// Not listed: the shells' completion asks with it, "csctl complete WORD...".
-constexpr char kComplete[] = "complete";
-
-/// Whether --json is among the arguments, for errors found while parsing them.
-bool AsksForJson(int count, char** arguments) {
-  return std::any_of(arguments, arguments + count,
-                     [](const char* argument) { return std::strcmp(argument, "--json") == 0; });
 }
 
 int Report(const Failure& failure, const Session& session) {
@@ -116,8 +153,9 @@ int RunChosen(CommandLine& line) {
 }  // namespace
 
 int RunTool(int count, char** arguments) {
-  CommandLine line;
-  if (count > 1 && std::strcmp(arguments[1], kComplete) == 0) {
+  const Words words(arguments + std::min(1, count), arguments + count);
+  CommandLine line(words);
+  if (!words.empty() && words.front() == kComplete) {
     PrintCandidates(line.app, {arguments + std::min(2, count - 1), arguments + count}, std::cout);
     return 0;
   }
@@ -126,7 +164,7 @@ int RunTool(int count, char** arguments) {
   } catch (const CLI::Success& help) {
     return line.app.exit(help);
   } catch (const CLI::ParseError& error) {
-    line.session.json = AsksForJson(count, arguments);
+    line.session.json = Contains(words, "--json");
     return Report({Exit::kUsage, error.what(), "", "\"csctl --help\" and \"csctl COMMAND --help\" tell more"},
                   line.session);
   }

@@ -19,6 +19,7 @@ const Case kEmptyHostCases[] = {
     {"UnknownOption", {"types", "--wide"}, "", 2, {"--wide"}},
     {"UsageErrorInJson", {"--json", "get"}, "", 2, {"{\"error\":{\"exit\":2,\"code\":0,\"message\":"}},
     {"HelpTellsTheExitCodes", {"--help"}, "", 0, {"7  the store is missing or busy", "layers"}},
+    {"HelpListsAllBesideACommandsName", {"--root", "get", "-qh"}, "", 0, {"  schema ", "  types "}},
     {"Version", {"--version"}, "", 0, {"csctl 1."}},
     {"TwoParts", {"get", "netd/ipstack"}, "", 2, {"netd/ipstack", "COMPONENT/GROUP/KEY"}},
     {"EmptyPart", {"get", "netd//key"}, "", 2, {"empty"}},
