@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -6,7 +7,6 @@
 #include "configstore/errors.h"
 #include "documents/document_stream.h"
 #include "objects/json_access.h"
-#include "platform/sql_format.h"
 #include "store/connection.h"
 #include "store/layer_split.h"
 #include "store/reading.h"
@@ -28,6 +28,14 @@ bool IsOfType(const ConfigStoreObjectId& id, const ConfigStoreObjectId& type) {
   return id.key == type.key && id.group == type.group && id.component == type.component;
 }
 
+// Whether there is an object or a list without content in a value.
+bool HoldsEmpty(const JsonValue& value) {
+  if (value.IsArray()) return value.Empty() || std::any_of(value.Begin(), value.End(), HoldsEmpty);
+  return value.IsObject() &&
+         (value.ObjectEmpty() || std::any_of(value.MemberBegin(), value.MemberEnd(),
+                                             [](const JsonValue::Member& member) { return HoldsEmpty(member.value); }));
+}
+
 // One export: takes the rows, sorted, and writes their objects.
 class Exporter {
  public:
@@ -35,15 +43,15 @@ class Exporter {
       : options_(options), stream_(DocumentStream::Make(sink, options.layout)) {}
 
   ExportSummary Run() {
-    const std::string sql = FormatSql(Sql::kExportObjects, {options_.component, options_.group, options_.key});
-    if (!ForEachRow(GetConn(), sql, [this](RowMap&& row) { Take(row); })) Throw(DBStore::LastFailure().message);
+    const DBStore::NamedText query{Sql::kExportObjects, {options_.component, options_.group, options_.key}};
+    if (!ForEachRow(GetConn(), query, [this](const Row& row) { Take(row); })) Throw(DBStore::LastFailure().message);
     stream_->Finish();
     if (options_.progress) options_.progress(summary_.objects, 0);
     return std::move(summary_);
   }
 
  private:
-  void Take(const RowMap& row) {
+  void Take(const Row& row) {
     const ConfigStoreObjectId id(row.Text(kName), row.Text(kGroup), row.Text(kComponent), row.Text(kIdentifier));
     if (!IsOfType(id, type_)) {
       type_ = ConfigStoreObjectId(id.key, id.group, id.component);
@@ -66,7 +74,7 @@ class Exporter {
     ++leftOut.back().objects;
   }
 
-  void Write(const ConfigStoreObjectId& id, const RowMap& row) {
+  void Write(const ConfigStoreObjectId& id, const Row& row) {
     const char* column = kLayerColumns[options_.layer];
     const auto object = column == nullptr ? Effective(id, row) : LayerFromRow(id, row, column, schema_);
     if (object == nullptr) return;
@@ -76,15 +84,21 @@ class Exporter {
     if (++summary_.objects % kProgressStep == 0 && options_.progress) options_.progress(summary_.objects, 0);
   }
 
-  std::shared_ptr<ConfigStoreObject> Effective(const ConfigStoreObjectId& id, const RowMap& row) const {
+  std::shared_ptr<ConfigStoreObject> Effective(const ConfigStoreObjectId& id, const Row& row) const {
     const std::shared_ptr<ConfigStoreObject> merged = MergeRow(id, row, schema_);
-    if (merged == nullptr) return nullptr;
+    if (merged == nullptr || IsWrittenWhole(*merged)) return merged;
     try {
       return AsWritten(*merged);
     } catch (const ConfigStoreException&) {
       // Deliberate: with a field that its schema no longer knows, it shows as it is.
       return merged;
     }
+  }
+
+  // Whether a write keeps the object as it is: it is of one layer, and nothing of it is empty.
+  bool IsWrittenWhole(const ConfigStoreObject& object) const {
+    return ObjectNodeOf(*schema_).IsUserDataAlone() &&
+           !HoldsEmpty(*std::as_const(*object.GetJsonDocPtr()).GetJsonValuePtr());
   }
 
   // What a write of the object keeps, in the order in which it is read back.

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <random>
+#include <regex>
 
 #include "support/test_store.h"
 
@@ -242,6 +243,8 @@ TEST_F(Documents, ExportOfAnImportIsTheSameText) {
     return random() % 5 == 0 ? std::string("NULL") : "'" + Quoted("{" + object + "}") + "'";
   };
   for (int round = 0; round < 60; ++round) {
+    // From here on all of it is the user's, and an object without empty parts is exported as it is.
+    if (round == 30) store.Register(std::regex_replace(kMeter, std::regex(", \"(vital|cached)\": true"), ""));
     store.Run("DELETE FROM Config;");
     for (const std::string name : {"a", "b/\xff\"", "c\n"}) {
       store.Run(
@@ -260,7 +263,7 @@ TEST_F(Documents, ExportOfAnImportIsTheSameText) {
     ASSERT_EQ("", thrown) << first;
     ASSERT_EQ(first, Export(With(SECRETS_INCLUDED)));
   }
-  EXPECT_LT(10, imported);
+  EXPECT_LT(20, imported);
 }
 
 TEST_F(Documents, KilledImportChangesNothing) {
