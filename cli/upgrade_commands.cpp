@@ -1,5 +1,8 @@
+#include <configstore/errors.h>
 #include <configstore/host.h>
 #include <configstore/lifecycle.h>
+
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -126,14 +129,21 @@ Run SetUpUpgradeStatus(CLI::App& app) {
   return [library](Session& session) { return ShowUpgradeStatus(session, *library); };
 }
 
-Run SetUpRamdisk(CLI::App&) {
-  return [](Session& session) {
-    const HostLog log;
+Exit SetUpMemory(Session& session) {
+  const HostLog log;
+  try {
     OrvoConfigStore::SetupStoreRamDisk();
-    session.PrintResult("the store and its backup directory are in memory; \"csctl load --boot\" fills the store",
-                        JsonObject({{"mounted", "true"}}));
-    return Exit::kDone;
-  };
+  } catch (const OrvoConfigStore::ConfigStoreException& error) {
+    if (geteuid() == 0) throw;
+    throw CommandFailed({Exit::kRefused, error.what(), "", "mounting takes root: run it as root"});
+  }
+  session.PrintResult("the store and its backup directory are in memory; \"csctl load --boot\" fills the store",
+                      JsonObject({{"mounted", "true"}}));
+  return Exit::kDone;
+}
+
+Run SetUpRamdisk(CLI::App&) {
+  return [](Session& session) { return SetUpMemory(session); };
 }
 
 }  // namespace
