@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <string_view>
@@ -15,6 +16,7 @@
 #include "completion.h"
 #include "dry_run.h"
 #include "failure.h"
+#include "json_text.h"
 
 namespace csctl {
 
@@ -150,6 +152,16 @@ int RunChosen(CommandLine& line) {
   }
 }
 
+/// What is wrong with the command line: the parser asks for a command where a word is none.
+Failure ExplainUsage(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> unknown = app.remaining(true);
+  const bool lacksCommand = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
+                            std::strstr(error.what(), "subcommand") != nullptr && !unknown.empty();
+  const std::string message =
+      lacksCommand ? "there is no such command or option: " + Printable(unknown.front()) : error.what();
+  return {Exit::kUsage, message, "", "\"csctl --help\" and \"csctl COMMAND --help\" tell more"};
+}
+
 }  // namespace
 
 int RunTool(int count, char** arguments) {
@@ -165,8 +177,7 @@ int RunTool(int count, char** arguments) {
     return line.app.exit(help);
   } catch (const CLI::ParseError& error) {
     line.session.json = Contains(words, "--json");
-    return Report({Exit::kUsage, error.what(), "", "\"csctl --help\" and \"csctl COMMAND --help\" tell more"},
-                  line.session);
+    return Report(ExplainUsage(line.app, error), line.session);
   }
   return RunChosen(line);
 }

@@ -13,7 +13,7 @@ const Case kEmptyHostCases[] = {
     {"InitQuietly", {"init", "-q"}, "", 0, {}},
     {"GetNeedsAStore", {"get", kNetd}, "", 7, {"csctl: " + kNetd + ": there is no store", "next: run \"csctl init\""}},
     {"NoCommand", {}, "", 2, {"csctl --help"}},
-    {"UnknownCommand", {"gte", kNetd}, "", 2, {"csctl --help"}},
+    {"UnknownCommand", {"gte", kNetd}, "", 2, {"no such command or option: gte", "csctl --help"}},
     {"GroupWithoutItsCommand", {"schema"}, "", 2, {"csctl --help"}},
     {"MissingArgument", {"get"}, "", 2, {"ID"}},
     {"UnknownOption", {"types", "--wide"}, "", 2, {"--wide"}},
