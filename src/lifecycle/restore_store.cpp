@@ -76,7 +76,8 @@ void RestoreStore() {
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "ConfigStore backup [%s] is inconsistent, creating new ConfigStore.",
                   backup.c_str());
   }
-  DBStore::CreateDatabases();  // a failure has been logged, and shows in the steps that follow
+  DBStore::CreateDatabases(
+      DBStore::Origin::Elsewhere);  // a failure has been logged, and shows in the steps that follow
 }
 
 }  // namespace OrvoConfigStore

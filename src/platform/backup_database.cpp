@@ -3,7 +3,10 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "platform/database_schema.h"
 #include "platform/db_failure.h"
 #include "platform/db_store.h"
 #include "platform/host_files.h"
@@ -15,7 +18,7 @@
 // Copying one database onto another:
 //
 //   1. Both are opened; the source first, so that nothing is created for a
-//      source that is not there.
+//      source that is not there. Onto the store go no triggers and views of others.
 //   2. All pages are copied in one transaction of the destination.
 //   3. The copy says of itself that it has a write-ahead log when the source has
 //      one. It is turned to the rollback journal, so that it is one file. A
@@ -112,6 +115,24 @@ int Copy(sqlite3* source, sqlite3* destination, bool isNew) {
   return result;
 }
 
+bool IsStore(const FileIdentity& file) {
+  FileIdentity store;
+  return IdentifyFile(HaldenLib::kStoreFile, &store) == SQLITE_OK && store == file;
+}
+
+/// What goes onto the store brings no triggers and views of others along: a source
+/// that has some is copied to memory first, and loses them there.
+int LeaveOutForeign(Database* source) {
+  const std::vector<Definition> ours = StoreDefinitions();
+  if (!HasForeign(source->get(), ours)) return SQLITE_OK;
+  Database copy = OpenInMemory();
+  if (copy == nullptr) return LastFailure().code & kPrimaryCode;
+  int code = CopyIntoMemory(source->get(), copy.get());
+  if (code == SQLITE_OK) code = DropForeign(copy.get(), ours);
+  if (code == SQLITE_OK) *source = std::move(copy);
+  return code & kPrimaryCode;
+}
+
 int CopyOpen(const std::string& source, const std::string& destination) {
   const auto cannotConnect = [&source](int code) {
     // Deliberate: it is the source that is named, also when the destination fails.
@@ -129,6 +150,7 @@ int CopyOpen(const std::string& source, const std::string& destination) {
     Say(WithCode("Cannot initialize config store backup, ", SQLITE_ERROR));
     result = SQLITE_ERROR;
   }
+  if (result == 0 && IsStore(toFile)) result = LeaveOutForeign(&from);
   if (result == 0) result = Copy(from.get(), to.get(), isNew);
   to.reset();
   if (result == 0 || !isNew) return result;

@@ -20,7 +20,8 @@
 //
 //   1. The directories.
 //   2. The file, empty, unless the name is taken. SQLite never creates it.
-//   3. What the database lacks of its tables and trigger, in one transaction.
+//   3. What the database lacks of its tables and trigger, in one transaction; in it
+//      what came along from elsewhere goes.
 //   4. The journal mode, also of a file that was copied in.
 
 namespace DBStore {
@@ -73,29 +74,15 @@ int CreateFile(const std::string& path) {
   return 0;
 }
 
-int CreateMissing(sqlite3* database, const std::vector<Definition>& definitions, const std::string& path) {
-  if (HasAll(database, definitions)) return 0;
-  std::string script = "BEGIN IMMEDIATE;";
-  for (const Definition& definition : definitions) script += definition.sql + ";";
-  script += "COMMIT;";
-  const int code = sqlite3_exec(database, script.c_str(), nullptr, nullptr, nullptr);
-  if (code == SQLITE_OK) return 0;
-  const std::string words = sqlite3_errmsg(database);
-  sqlite3_exec(database, "ROLLBACK;", nullptr, nullptr, nullptr);
-  return ReportFailure(code, words, path);
-}
-
-Database CreateDatabase(const std::string& path, const std::vector<Definition>& definitions) {
+Database CreateDatabase(const std::string& path, const std::vector<Definition>& definitions, Origin origin) {
   if (CreateDirectories(DirectoryOf(path)) != 0 || CreateFile(path) != 0) return {};  // 1, 2
   Database database = OpenDatabase(path, Access::ReadWrite, WhenMissing::Report, nullptr);
-  if (database == nullptr || CreateMissing(database.get(), definitions, path) != 0) return {};  // 3
+  if (database == nullptr || Complete(database.get(), definitions, path, origin) != 0) return {};  // 3
   return database;
 }
 
-int CreateStore() {
-  std::vector<Definition> definitions = StoreTables();
-  definitions.push_back({kTriggerName, kTrigger});
-  const Database store = CreateDatabase(HaldenLib::kStoreFile, definitions);
+int CreateStore(Origin origin) {
+  const Database store = CreateDatabase(HaldenLib::kStoreFile, StoreDefinitions(), origin);
   if (store == nullptr) return 1;
   EnsureWriteAheadLog(store.get(), HaldenLib::kStoreFile);  // 4
   return 0;
@@ -103,7 +90,7 @@ int CreateStore() {
 
 /// Its size and time tell others that it has changed, which a log would hide.
 int CreateSchemaStore() {
-  const Database schemaStore = CreateDatabase(HaldenLib::kSchemaStoreFile, {ConfigSchemaTable()});
+  const Database schemaStore = CreateDatabase(HaldenLib::kSchemaStoreFile, {ConfigSchemaTable()}, Origin::Here);
   if (schemaStore == nullptr) return 1;
   sqlite3_exec(schemaStore.get(), "PRAGMA journal_mode=DELETE;", nullptr, nullptr, nullptr);  // 4
   return 0;
@@ -111,10 +98,10 @@ int CreateSchemaStore() {
 
 }  // namespace
 
-int CreateDatabases() {
+int CreateDatabases(Origin store) {
   ClearFailure();
-  const int store = CreateStore();
-  return CreateSchemaStore() == 0 ? store : 1;
+  const int created = CreateStore(store);
+  return CreateSchemaStore() == 0 ? created : 1;
 }
 
 }  // namespace DBStore

@@ -1,7 +1,11 @@
 #include "platform/database_schema.h"
 
+#include <algorithm>
 #include <set>
 #include <string>
+
+#include "platform/db_failure.h"
+#include "platform/host_log.h"
 
 namespace DBStore {
 
@@ -26,6 +30,45 @@ Names Query(sqlite3* database, const char* query) {
   return code == SQLITE_OK ? names : Names();
 }
 
+/// A definition's text as the database keeps it.
+std::string KeptText(std::string sql) {
+  constexpr char kCondition[] = "IF NOT EXISTS ";
+  const size_t at = sql.find(kCondition);
+  if (at != std::string::npos) sql.erase(at, sizeof kCondition - 1);
+  return sql.substr(0, sql.find_last_not_of(';') + 1);
+}
+
+std::string QuotedName(const std::string& name) {
+  std::string quoted = "\"";
+  for (const char c : name) quoted.append(c == '"' ? 2 : 1, c);
+  return quoted + "\"";
+}
+
+struct ForeignCheck {
+  const std::vector<Definition>& ours;
+  std::string drops;
+};
+
+/// Takes a row of type, name and text.
+int AddDrop(void* context, int, char** texts, char**) {
+  auto& check = *static_cast<ForeignCheck*>(context);
+  if (texts[0] == nullptr || texts[1] == nullptr) return 0;
+  const std::string name = texts[1], text = texts[2] == nullptr ? "" : texts[2];
+  const bool isOurs = std::any_of(check.ours.begin(), check.ours.end(), [&](const Definition& definition) {
+    return definition.name == name && KeptText(definition.sql) == text;
+  });
+  if (!isOurs) check.drops += std::string("DROP ") + texts[0] + " IF EXISTS main." + QuotedName(name) + ";";
+  return 0;
+}
+
+/// The statements that drop what is foreign.
+std::string DropsOfForeign(sqlite3* database, const std::vector<Definition>& definitions) {
+  constexpr char kQuery[] = "SELECT type, name, sql FROM sqlite_schema WHERE type IN ('trigger', 'view');";
+  ForeignCheck check{definitions, ""};
+  sqlite3_exec(database, kQuery, AddDrop, &check, nullptr);  // what cannot be read shows in what follows
+  return check.drops;
+}
+
 }  // namespace
 
 bool HasAll(sqlite3* database, const std::vector<Definition>& definitions) {
@@ -34,6 +77,33 @@ bool HasAll(sqlite3* database, const std::vector<Definition>& definitions) {
     if (names.count(definition.name) == 0) return false;
   }
   return true;
+}
+
+bool HasForeign(sqlite3* database, const std::vector<Definition>& definitions) {
+  return !DropsOfForeign(database, definitions).empty();
+}
+
+int DropForeign(sqlite3* database, const std::vector<Definition>& definitions) {
+  const std::string drops = DropsOfForeign(database, definitions);
+  const int code = sqlite3_exec(database, drops.c_str(), nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK || drops.empty()) return code;
+  HaldenLib::LogLine(HaldenLib::LOG_LEVEL_WARNING, "Triggers and views that are not ours: %s", drops.c_str());
+  return code;
+}
+
+int Complete(sqlite3* database, const std::vector<Definition>& definitions, const std::string& path, Origin origin) {
+  const bool drops = origin == Origin::Elsewhere && HasForeign(database, definitions);
+  if (!drops && HasAll(database, definitions)) return 0;
+  std::string script;
+  for (const Definition& definition : definitions) script += definition.sql + ";";
+  const auto run = [database](const char* sql) { return sqlite3_exec(database, sql, nullptr, nullptr, nullptr); };
+  int code = run("BEGIN IMMEDIATE;");
+  if (code == SQLITE_OK && drops) code = DropForeign(database, definitions);
+  if (code == SQLITE_OK) code = run((script + "COMMIT;").c_str());
+  if (code == SQLITE_OK) return 0;
+  const std::string words = sqlite3_errmsg(database);
+  run("ROLLBACK;");
+  return ReportFailure(code, words, path);
 }
 
 bool IsIntact(sqlite3* database) {

@@ -42,8 +42,11 @@ using RowCallback = int (*)(void* context, int columns, char** texts, char** nam
 std::shared_ptr<StoreConnection> GetConnection(Type type);
 
 /// Creates what is missing of both databases: directories, files, tables and
-/// trigger, and sets the journal mode. Several processes may do so at once.
-int CreateDatabases();
+/// trigger, and sets the journal mode. A store that comes from elsewhere loses the
+/// triggers and views that are not ours; so does one that is met in a copy's journal
+/// mode when it is first written. Several processes may do so at once.
+enum class Origin { Here, Elsewhere };
+int CreateDatabases(Origin store = Origin::Here);
 
 /// Whether the database file at `path` opens, passes its integrity check and
 /// has the tables of a store.

@@ -87,6 +87,18 @@ Database Finish(Database database, int code, const std::string& path) {
   return {};
 }
 
+/// Side files have the mode that the database had when they were made. Those made
+/// while it could only be read would keep writers out for good.
+void MendSideFiles(const std::string& path) {
+  struct stat database, side;
+  if (lstat(HaldenLib::ResolvePath(path).c_str(), &database) != 0 || (database.st_mode & S_IWUSR) == 0) return;
+  for (const char* suffix : {"-wal", "-shm"}) {
+    const std::string file = HaldenLib::ResolvePath(path) + suffix;
+    if (lstat(file.c_str(), &side) != 0 || !S_ISREG(side.st_mode) || (side.st_mode & S_IWUSR) != 0) continue;
+    chmod(file.c_str(), database.st_mode & 0777);  // somebody else's stays as it is
+  }
+}
+
 Database OpenOnce(const std::string& path, Access access) {
   int code = SQLITE_OK;
   Database database = OpenFile(path, access, &code);
@@ -131,6 +143,7 @@ Database OpenDatabase(const std::string& path, Access access, WhenMissing whenMi
       ReportUnusable(code, path, whenMissing);
       return {};
     }
+    if (access == Access::ReadWrite) MendSideFiles(path);
     database = OpenOnce(path, access);
   } while (database != nullptr && IdentifyFile(path, &after) == SQLITE_OK && !(before == after));
   if (identity != nullptr) *identity = before;
@@ -144,6 +157,13 @@ Database OpenInMemory() {
   constexpr int kFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_READWRITE;
   const int code = sqlite3_open_v2(kMemory, &database, kFlags, HostVfsName());
   return Finish(Database(database), code, kMemory);
+}
+
+int CopyIntoMemory(sqlite3* from, sqlite3* memory) {
+  sqlite3_backup* const backup = sqlite3_backup_init(memory, "main", from, "main");
+  if (backup == nullptr) return sqlite3_errcode(memory);
+  sqlite3_backup_step(backup, -1);
+  return sqlite3_backup_finish(backup);
 }
 
 }  // namespace DBStore

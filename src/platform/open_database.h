@@ -45,4 +45,8 @@ Database OpenDatabase(const std::string& path, Access access, WhenMissing whenMi
 /// Opens an empty database in memory, with the same settings.
 Database OpenInMemory();
 
+/// Copies all pages of a database over those of one in memory, which has no log and
+/// takes those of one that has. Returns SQLite's code.
+int CopyIntoMemory(sqlite3* from, sqlite3* memory);
+
 }  // namespace DBStore

@@ -1,3 +1,4 @@
+#include "platform/database_schema.h"
 #include "platform/db_failure.h"
 #include "platform/db_store.h"
 #include "platform/host_files.h"
@@ -30,14 +31,6 @@ Rehearsal& OfThisThread() {
   return rehearsal;
 }
 
-/// Copies all pages; a database in memory has no log and takes those of one that has.
-int CopyPages(sqlite3* from, sqlite3* to) {
-  sqlite3_backup* const backup = sqlite3_backup_init(to, "main", from, "main");
-  if (backup == nullptr) return sqlite3_errcode(to);
-  sqlite3_backup_step(backup, -1);
-  return sqlite3_backup_finish(backup);
-}
-
 /// Opens a file to copy from. One that nobody has open leaves no trace of that.
 Database OpenSource(const std::string& path) {
   if (path == HaldenLib::kStoreFile) return OpenDatabase(path, Access::ReadWrite, WhenMissing::Record, nullptr);
@@ -50,7 +43,7 @@ Database CopyToMemory(const std::string& path) {
   const Database source = OpenSource(path);
   Database copy = OpenInMemory();
   if (source == nullptr || copy == nullptr) return {};
-  const int code = CopyPages(source.get(), copy.get());
+  const int code = CopyIntoMemory(source.get(), copy.get());
   if (code == SQLITE_OK) return copy;
   ReportFailure(code, sqlite3_errstr(code), path);
   return {};
@@ -102,7 +95,9 @@ std::shared_ptr<StoreConnection> RehearsalConnection() {
 int RestoreIntoRehearsal(const std::string& source) {
   const Database from = OpenSource(source);
   if (from == nullptr) return LastFailure().code;
-  const int code = CopyPages(from.get(), OfThisThread().database);
+  sqlite3* const copy = OfThisThread().database;
+  int code = CopyIntoMemory(from.get(), copy);
+  if (code == SQLITE_OK) code = DropForeign(copy, StoreDefinitions());
   if (code != SQLITE_OK) ReportFailure(code, sqlite3_errstr(code), source);
   return code;
 }

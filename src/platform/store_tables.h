@@ -66,4 +66,11 @@ inline std::vector<Definition> StoreTables() {
   };
 }
 
+/// All that a store consists of.
+inline std::vector<Definition> StoreDefinitions() {
+  std::vector<Definition> definitions = StoreTables();
+  definitions.push_back({kTriggerName, kTrigger});
+  return definitions;
+}
+
 }  // namespace DBStore

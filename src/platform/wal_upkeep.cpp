@@ -12,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/database_schema.h"
 #include "platform/host_log.h"
 #include "platform/host_paths.h"
 #include "platform/open_database.h"
@@ -123,6 +124,8 @@ void EnsureWriteAheadLog(sqlite3* database, const std::string& path) {
   if (QueryText(database, "PRAGMA journal_mode;", &mode) != SQLITE_OK || mode == "wal") return;
   if (sqlite3_db_readonly(database, "main") != 0 || !HasStoreTable(database)) return;  // nothing foreign is changed
   if (IdentifyFile(path, &file) != SQLITE_OK || file.device == DeviceWithoutLog()) return;
+  // It has been copied in: what would run within our statements goes before them.
+  if (Complete(database, StoreDefinitions(), path, Origin::Elsewhere) != 0) return;
   if (LogWorksBeside(path)) {
     QueryText(database, "PRAGMA journal_mode=WAL;", &mode);  // a busy file is left to the next connection
     return;

@@ -52,6 +52,8 @@ const struct {
 } kPlaces[] = {
     {"full disk", REFUSED, "", [](const Place&) { signal(SIGXFSZ, SIG_IGN); Place::Limit(RLIMIT_FSIZE, 4096); },
      [](const Place&) { Place::Limit(RLIMIT_FSIZE, RLIM_INFINITY); }},
+    {"read-only file", REFUSED, "readonly", [](const Place& at) { chmod(at.store.c_str(), 0400); },
+     [](const Place& at) { chmod(at.store.c_str(), 0600); }},
     {"read-only directory", REFUSED, "", [](const Place& at) { chmod(at.directory.c_str(), 0500); },
      [](const Place& at) { chmod(at.directory.c_str(), 0700); }},
     {"directory out of reach", REFUSED, "permission", [](const Place& at) { chmod(at.directory.c_str(), 0); },
@@ -122,6 +124,7 @@ std::string Try(FaultHost& host, const Row& row) {
   if (!isQuick) return "slow";
   host.Open();
   if (host.store == nullptr) return "no store after the repair";
+
   const int found = Parts()[0].read(host);
   if (found != (answer == WORKS ? 2 : 1)) return "found " + std::to_string(found);
   Parts()[0].write(host, 3);
