@@ -2,6 +2,7 @@
 #include <configstore/host.h>
 #include <configstore/lifecycle.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -100,7 +101,9 @@ void CheckDestination(const std::string& path) {
 void MakeBackupDirectory() {
   const std::string directory = DirectoryOf(OrvoConfigStore::GetBackupPath());
   std::error_code error;
+  const mode_t before = umask(077);  // what lies there is the store over again
   fs::create_directories(ResolveHostPath(directory), error);
+  umask(before);
   if (error) FailFile(error.value(), directory, "run as a user who may create it");
 }
 

@@ -22,7 +22,7 @@ constexpr char kNext[] = "set EDITOR to a program that edits a file and ends wel
 class PrivateFile {
  public:
   explicit PrivateFile(const std::string& content) {
-    const char* directory = std::getenv("TMPDIR");
+    const char* directory = secure_getenv("TMPDIR");
     path_ = std::string(directory == nullptr || *directory == '\0' ? "/tmp" : directory) + "/csctl-XXXXXX.json";
     const int file = mkostemps(path_.data(), 5, O_CLOEXEC);  // 0600
     size_t written = 0;
@@ -48,7 +48,7 @@ class PrivateFile {
 
 std::string EditorCommand() {
   for (const char* name : {"VISUAL", "EDITOR"}) {
-    const char* command = std::getenv(name);
+    const char* command = secure_getenv(name);
     if (command != nullptr && *command != '\0') return command;
   }
   return "vi";

@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -30,9 +28,10 @@ class RowChecks {
 
   // Takes up schemas that count in place of the registered ones.
   void Rehearse(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return Add({Kind::SCHEMA, {"", "", ""}, path, "", "the file cannot be read"});
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string text;
+    if (!OrvoSchemaStore::ReadSchemaText(path, text)) {
+      return Add({Kind::SCHEMA, {"", "", ""}, path, "", "the file cannot be read"});
+    }
     SchemaRecord record;
     const auto faults = OrvoSchemaStore::CheckSchemaText(text, record);
     for (const auto& fault : faults) Add({Kind::SCHEMA, {"", "", ""}, path, fault.path, fault.text});

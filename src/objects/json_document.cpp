@@ -3,13 +3,13 @@
 #include <sys/stat.h>
 
 #include <cstring>
-#include <fstream>
 #include <utility>
 
 #include "configstore/base_object.h"
 #include "configstore/errors.h"
 #include "configstore/logging.h"
 #include "objects/json_access.h"
+#include "platform/host_files.h"
 #include "platform/host_util.h"
 #include "platform/json_reader.h"
 
@@ -17,14 +17,10 @@ namespace OrvoConfigStore {
 namespace {
 
 // Whether `out` got the whole of a regular file that is no larger than an object may be.
-bool ReadFile(const std::string& path, std::string& out) {
+bool ReadRegularFile(const std::string& path, std::string& out) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-  if (static_cast<size_t>(status.st_size) > kMaxJsonBytes) return false;
-  std::ifstream file(path, std::ios::binary);
-  out.resize(static_cast<size_t>(status.st_size));
-  file.read(out.data(), static_cast<std::streamsize>(out.size()));
-  return file.gcount() == status.st_size && file.peek() == std::ifstream::traits_type::eof();
+  return HaldenLib::ReadRealFile(path, kMaxJsonBytes, &out) == 0;
 }
 
 std::shared_ptr<JsonDoc> ParseDocument(const std::string& text) {
@@ -105,7 +101,7 @@ std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text) {
 
 std::shared_ptr<JsonDoc> CreateDocumentFromFile(const std::string& path) {
   std::string text;
-  std::shared_ptr<JsonDoc> doc = ReadFile(path, text) ? ParseDocument(text) : nullptr;
+  std::shared_ptr<JsonDoc> doc = ReadRegularFile(path, text) ? ParseDocument(text) : nullptr;
   if (doc == nullptr) ThrowException<InvalidArgumentException>(CS_JSON_FILE_INVALID, path.c_str());
   return doc;
 }

@@ -99,6 +99,12 @@ int ReadFile(const std::string& path, size_t most, std::string* content) {
   return ReadAll(file.Number(), most, content);
 }
 
+int ReadRealFile(const std::string& path, size_t most, std::string* content) {
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  content->clear();
+  return file.Number() < 0 ? errno : ReadAll(file.Number(), most, content);
+}
+
 int AppendToFile(const std::string& path, const std::string& text) {
   const int made = MakeDirectories(ParentOf(path));
   if (made != 0) return made;

@@ -37,6 +37,9 @@ int ListDirectory(const std::string& path, std::vector<std::string>* names);
 /// Reads the regular file at `path`; EFBIG when it has more than `most` bytes.
 int ReadFile(const std::string& path, size_t most, std::string* content);
 
+/// As ReadFile, of what is at the real path `path`: a file, or a pipe to its end.
+int ReadRealFile(const std::string& path, size_t most, std::string* content);
+
 /// Appends `text` to the file at `path`, which is created with its directories.
 int AppendToFile(const std::string& path, const std::string& text);
 

@@ -3,10 +3,11 @@
 #include <sys/utsname.h>
 
 #include <charconv>
-#include <fstream>
 #include <map>
 #include <memory>
+#include <sstream>
 
+#include "platform/host_files.h"
 #include "platform/host_paths.h"
 #include "platform/process_wide.h"
 
@@ -35,8 +36,11 @@ std::string Trimmed(const std::string& text) {
 /// Reads lines "name=value", blanks around both left out. A line without "="
 /// says nothing; of two for one name the later one counts.
 Settings ReadSettings(const char* path) {
+  constexpr size_t kMostBytes = size_t{1} << 20;
   Settings settings;
-  std::ifstream file(ResolvePath(path));
+  std::string text;
+  if (ReadFile(path, kMostBytes, &text) != 0) return settings;
+  std::istringstream file(text);
   for (std::string line; std::getline(file, line);) {
     const size_t equals = line.find('=');
     if (equals != std::string::npos) settings[Trimmed(line.substr(0, equals))] = Trimmed(line.substr(equals + 1));

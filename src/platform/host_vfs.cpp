@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <cstring>
 #include <new>
+#include <string>
 
 #include "platform/host_paths.h"
 #include "platform/process_identity.h"
@@ -84,12 +86,27 @@ class HostVfs {
   }
 
   static int FullPathname(sqlite3_vfs*, const char* name, int size, char* fullName) {
-    sqlite3_vfs* const base = Instance().base_;
     try {
-      return base->xFullPathname(base, HaldenLib::ResolvePath(name).c_str(), size, fullName);
+      return FullPathOf(HaldenLib::ResolvePath(name), size, fullName);
     } catch (const std::bad_alloc&) {
       return SQLITE_NOMEM;  // the caller is C
     }
+  }
+
+  /// Links are followed on the way to the file only. SQLite opens the last name as
+  /// it is, which fails when that is a link, however lately it was put there.
+  static int FullPathOf(const std::string& path, int size, char* fullName) {
+    const size_t slash = path.rfind('/');
+    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash);
+    const std::string file = path.substr(slash + 1);
+    sqlite3_vfs* const base = Instance().base_;
+    *fullName = '\0';  // the root, of which SQLite knows no full name
+    const int code = directory.empty() ? SQLITE_OK : base->xFullPathname(base, directory.c_str(), size, fullName);
+    if ((code & 0xFF) != SQLITE_OK) return code;
+    const std::string full = fullName + ("/" + file);
+    if (full.size() >= static_cast<size_t>(size)) return SQLITE_CANTOPEN;
+    std::strcpy(fullName, full.c_str());
+    return code;
   }
 
   sqlite3_vfs* base_;

@@ -11,8 +11,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 
+#include "platform/host_files.h"
 #include "platform/host_log.h"
 #include "platform/host_paths.h"
 
@@ -103,10 +103,7 @@ void WriteOnce(int descriptor, std::string_view text) {
 
 std::unique_ptr<LogOutput> OpenFileOutput(const std::string& path, int minLevel) {
   const std::string file = ResolvePath(path);
-  if (!GetHostRoot().empty()) {
-    std::error_code ignored;  // the file cannot be opened then
-    std::filesystem::create_directories(std::filesystem::path(file).parent_path(), ignored);
-  }
+  if (!GetHostRoot().empty()) MakeDirectories(path.substr(0, path.rfind('/')));
   // Not blocking, so that a pipe in the file's place cannot hold us up.
   constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   Descriptor descriptor(open(file.c_str(), kFlags, S_IRUSR | S_IWUSR));

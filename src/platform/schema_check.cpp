@@ -1,14 +1,11 @@
 #include "platform/schema_check.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <string_view>
 #include <utility>
 
+#include "platform/host_files.h"
 #include "platform/json_values.h"
 #include "platform/pattern.h"
 
@@ -273,11 +270,7 @@ std::vector<SchemaFault> CheckSchemaText(const std::string& text, SchemaRecord& 
 }
 
 bool ReadSchemaText(const std::string& path, std::string& text) {
-  struct stat status {};
-  std::ifstream file(path, std::ios::binary);
-  if (!file || stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return false;
-  text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-  return !file.bad();
+  return HaldenLib::ReadRealFile(path, OrvoConfigStore::kMaxJsonBytes, &text) == 0;
 }
 
 std::string PointerToken(std::string_view name) {

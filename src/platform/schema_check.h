@@ -31,7 +31,7 @@ struct SchemaFault {
 /// means that the record may be registered.
 std::vector<SchemaFault> CheckSchemaText(const std::string& text, SchemaRecord& record);
 
-/// Reads the file at `path`; false when it is none or cannot be read.
+/// Reads the file at `path`; false when it is none, cannot be read or has over 16 MiB.
 bool ReadSchemaText(const std::string& path, std::string& text);
 
 /// Returns a member's name as a step of a JSON pointer: "/" and "~" are escaped.

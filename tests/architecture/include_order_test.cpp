@@ -68,9 +68,9 @@ std::string LayerOf(const fs::path& path) {
   return header == kHeaderLayer.end() ? "" : header->second;
 }
 
-/// Calls `check(file, included)` for every include of the folder's files that `form` matches.
+/// Calls `check(file, found)` for everything in the folder's files that `form` matches: its first group.
 template <class Check>
-size_t ForEachInclude(const std::string& folder, const std::regex& form, Check check) {
+size_t ForEachMatch(const std::string& folder, const std::regex& form, Check check) {
   size_t found = 0;
   if (!fs::exists(kSource / folder)) return found;
   for (const auto& entry : fs::recursive_directory_iterator(kSource / folder)) {
@@ -91,7 +91,7 @@ class IncludeOrder : public testing::TestWithParam<const char*> {};
 
 TEST_P(IncludeOrder, GoesOnlyDownwards) {
   const std::regex ours("#include \"([^\"]+)\"");
-  const size_t found = ForEachInclude(GetParam(), ours, [](const fs::path& file, const std::string& included) {
+  const size_t found = ForEachMatch(GetParam(), ours, [](const fs::path& file, const std::string& included) {
     const std::string from = LayerOf(file), to = LayerOf(included);
     EXPECT_TRUE(!from.empty() && !to.empty() && (from == to || kBelow.at(from).count(to) != 0))
         << file << " (layer \"" << from << "\") includes " << included << " (layer \"" << to << "\")";
@@ -107,9 +107,18 @@ TEST(IncludeOrderOfClients, SeesThePublicHeadersAlone) {
   for (const auto& layer : kBelow) foreign.insert(layer.first);
   for (const std::string folder : {"bench", "bindings", "cli", "examples"}) {
     if (folder != "bench") foreign.insert("rapidjson");  // there it is the floor to measure against
-    ForEachInclude(folder, folderForm, [&](const fs::path& file, const std::string& included) {
+    ForEachMatch(folder, folderForm, [&](const fs::path& file, const std::string& included) {
       const std::string top = fs::path(included).begin()->string();
       EXPECT_EQ(0u, foreign.count(top)) << folder / file << " includes " << included;
     });
   }
+}
+
+// What inherits descriptors, runs a shell, or lets the environment of a set-id program in.
+TEST(Calls, ThatOpenMoreThanIsMeantAreNotMade) {
+  const std::regex everywhere("(\\b(?:std::)?getenv|\\bpopen|\\bsystem|\\bsprintf) *\\(");
+  const std::regex inTheLibrary("(\\bfopen\\(|\\b[io]?fstream\\b|\\bexec[lv]p)");
+  const auto refuse = [](const fs::path& file, const std::string& call) { ADD_FAILURE() << file << " has " << call; };
+  for (const char* folder : {"src", "cli", "bindings"}) ForEachMatch(folder, everywhere, refuse);
+  ForEachMatch("src", inTheLibrary, refuse);
 }

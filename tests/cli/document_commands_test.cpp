@@ -107,6 +107,9 @@ TEST_F(Documents, FilesWithSecretsAreTheirOwnersAlone) {
   ASSERT_EQ(0, stat(file.c_str(), &status));
   EXPECT_EQ(0600u, status.st_mode & 0777);
   EXPECT_NE(std::string::npos, root_.Read("/exported").find("$6$hush"));
+  ASSERT_EQ(0, Run({"backup"}).exit);
+  ASSERT_EQ(0, stat(root_.Resolve("/var/lib/halden/configstore/backup").c_str(), &status));
+  EXPECT_EQ(0700u, status.st_mode & 0777);
 }
 
 TEST_F(Documents, ImportGivesWhatWasExported) {

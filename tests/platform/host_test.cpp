@@ -1,5 +1,8 @@
 // The host's small services: paths, preferences, features, base64, UUIDs, backtraces.
 
+#include <sys/auxv.h>
+#include <unistd.h>
+
 #include <regex>
 #include <set>
 
@@ -38,6 +41,32 @@ TEST(HostPaths, TakesTheRootFromTheEnvironmentUnlessItIsRelative) {
       " '" + self + "' --gtest_also_run_disabled_tests --gtest_filter=HostPaths.DISABLED_RootOf* >/dev/null";
   EXPECT_EQ(0, std::system(("HALDEN_ROOT=/r/" + rest).c_str()));
   EXPECT_NE(0, std::system(("HALDEN_ROOT=r" + rest).c_str()));
+}
+
+// Run by the next test as a set-id program.
+TEST(HostPaths, DISABLED_EnvironmentOfASetIdProgramSaysNothing) {
+  ASSERT_NE(0u, getauxval(AT_SECURE)) << "no set-id program";
+  EXPECT_EQ("", GetHostRoot());
+  EXPECT_EQ(-1, EnvironmentNumber("HALDEN_READ_CACHE", -1));
+}
+
+TEST(HostPaths, EnvironmentOfASetIdProgramIsIgnored) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make a program of somebody else's";
+  const TempRoot root;
+  const std::string program = root.Resolve("/program");
+  std::filesystem::copy_file(std::filesystem::read_symlink("/proc/self/exe"), program);
+  std::filesystem::permissions(root.Path(), std::filesystem::perms(0755));
+  ASSERT_EQ(0, chown(program.c_str(), 65534, 65534));
+  ASSERT_EQ(0, chmod(program.c_str(), 04755));
+  const std::string run = "HALDEN_ROOT=/r HALDEN_READ_CACHE=7 '" + program +
+                          "' --gtest_also_run_disabled_tests --gtest_filter=HostPaths.DISABLED_Env*";
+  FILE* const output = popen(run.c_str(), "r");
+  char text[4096] = "";
+  static_cast<void>(fread(text, 1, sizeof text - 1, output));
+  const int status = pclose(output);
+  if (std::string(text).find("no set-id program") != std::string::npos)
+    GTEST_SKIP() << "the directory is mounted nosuid";
+  EXPECT_EQ(0, status) << text;
 }
 
 TEST(Preferences, AreTheLinesOfTheirFile) {
