@@ -53,7 +53,7 @@ bool SetHostRoot(const std::string& root) {
   return Root().Set(root);
 }
 
-std::string GetHostRoot() {
+const std::string& GetHostRoot() {
   return Root().Get();
 }
 

@@ -32,7 +32,8 @@ constexpr char kFileTracker[] = "/usr/lib/halden/configmanager/bin/file-tracker"
 /// nothing, for any other text. Without a call HALDEN_ROOT decides, read once
 /// and ignored in set-id programs.
 bool SetHostRoot(const std::string& root);
-std::string GetHostRoot();
+/// Returns the root in force: the same text, at the same place, whenever it is in force again.
+const std::string& GetHostRoot();
 
 /// Returns `path` under the root; a relative path, or any without a root, as it is.
 std::string ResolvePath(const std::string& path);

@@ -1,13 +1,11 @@
 #include "platform/schema_store.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <ctime>
 #include <unordered_map>
 #include <utility>
 
 #include "platform/db_store.h"
+#include "platform/file_watch.h"
 #include "platform/host_paths.h"
 #include "platform/sql_format.h"
 
@@ -23,45 +21,6 @@ constexpr char kInsert[] =
     "INSERT OR REPLACE INTO ConfigSchema(PakId, Component, ConfigGroup, Name, Value, Version, Success, NoRestore) "
     "VALUES (?, ?, ?, ?, ?, ?, 1, ?);";
 constexpr char kDeletePackage[] = "DELETE FROM ConfigSchema WHERE PakId=?;";
-
-constexpr long kNanosecondsPerSecond = 1000000000;
-// A file may be written twice within the grain of its time stamp; a younger
-// state is not relied on.
-constexpr long kSettled = 20000000;
-
-// What tells one state of the schema store's file from another.
-struct FileState {
-  dev_t device = 0;
-  ino_t inode = 0;
-  off_t size = -1;  // -1: there is no file
-  timespec modified{};
-
-  bool operator==(const FileState& other) const {
-    return device == other.device && inode == other.inode && size == other.size &&
-           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
-  }
-
-  // Whether a later change is sure to show in the modification time.
-  bool IsSettled() const {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    const long age = (now.tv_sec - modified.tv_sec) * kNanosecondsPerSecond + (now.tv_nsec - modified.tv_nsec);
-    return age >= kSettled;
-  }
-};
-
-// The file is looked at by name: opening and closing it would drop the locks
-// that the database holds on it in this process.
-FileState LookAtFile() {
-  FileState state;
-  struct stat status {};
-  if (stat(HaldenLib::ResolvePath(HaldenLib::kSchemaStoreFile).c_str(), &status) != 0) return state;
-  state.device = status.st_dev;
-  state.inode = status.st_ino;
-  state.size = status.st_size;
-  state.modified = status.st_mtim;
-  return state;
-}
 
 std::string TextOrEmpty(const char* text) {
   return text == nullptr ? std::string() : std::string(text);
@@ -113,38 +72,55 @@ bool WriteRecords(const Connection& connection, const std::vector<SchemaRecord>&
 // The parsed schemas of one state of the file.
 class SchemaStore::Cache {
  public:
-  using TypeName = std::string;
-
   // Forgets everything unless the file is surely as it was; false when there is none.
   bool Refresh() {
-    const FileState now = LookAtFile();
-    if (!settled_ || !(now == state_)) {
-      schemas_.clear();
+    const HaldenLib::FileState& now = file_.Look();
+    if (!settled_ || now != state_) {
+      types_.clear();
+      last_ = nullptr;
       state_ = now;
       settled_ = now.IsSettled();
     }
-    return now.size >= 0;
+    return now.Exists();
   }
 
-  // Returns the joined name of a type, valid until the next call. A part cannot
-  // hold NUL, so it is one type's alone.
-  const TypeName& NameOf(const std::string& component, const std::string& group, const std::string& key) {
-    name_.assign(component).append(1, '\0').append(group).append(1, '\0').append(key);
-    return name_;
+  // Returns the schema of a type, or null. Most look-ups are for the type of the one before.
+  const std::shared_ptr<SchemaObject>* Find(const std::string& component, const std::string& group,
+                                            const std::string& key) {
+    if (last_ != nullptr && last_->IsOf(component, group, key)) return &last_->schema;
+    const auto found = types_.find(JoinedName(component, group, key));
+    if (found == types_.end()) return nullptr;
+    last_ = &found->second;
+    return &last_->schema;
   }
 
-  std::shared_ptr<SchemaObject>& operator[](const TypeName& name) { return schemas_[name]; }
-
-  std::shared_ptr<SchemaObject> Find(const TypeName& name) const {
-    const auto found = schemas_.find(name);
-    return found == schemas_.end() ? nullptr : found->second;
+  void Keep(const SchemaRecord& type, const std::shared_ptr<SchemaObject>& schema) {
+    const std::string name = JoinedName(type.component, type.group, type.key);
+    types_[name] = {type.component, type.group, type.key, schema};
   }
 
  private:
-  FileState state_;
+  struct Type {
+    std::string component;
+    std::string group;
+    std::string key;
+    std::shared_ptr<SchemaObject> schema;
+
+    bool IsOf(const std::string& inComponent, const std::string& inGroup, const std::string& named) const {
+      return key == named && group == inGroup && component == inComponent;
+    }
+  };
+
+  // A part cannot hold NUL, so the name is one type's alone.
+  static std::string JoinedName(const std::string& component, const std::string& group, const std::string& key) {
+    return std::string(component).append(1, '\0').append(group).append(1, '\0').append(key);
+  }
+
+  HaldenLib::FileWatch file_{HaldenLib::kSchemaStoreFile};
+  HaldenLib::FileState state_;
   bool settled_ = false;
-  TypeName name_;  // memory that is used again
-  std::unordered_map<TypeName, std::shared_ptr<SchemaObject>> schemas_;
+  std::unordered_map<std::string, Type> types_;
+  const Type* last_ = nullptr;
 };
 
 SchemaStore::SchemaStore() : cache_(std::make_unique<Cache>()) {}
@@ -158,14 +134,12 @@ std::shared_ptr<SchemaStore> SchemaStore::GetStore() {
 std::shared_ptr<SchemaObject> SchemaStore::GetSchema(const std::string& component, const std::string& group,
                                                      const std::string& key) {
   if (!cache_->Refresh()) return nullptr;
-  const std::string& name = cache_->NameOf(component, group, key);
-  std::shared_ptr<SchemaObject> schema = cache_->Find(name);
-  if (schema != nullptr) return schema;
+  if (const std::shared_ptr<SchemaObject>* kept = cache_->Find(component, group, key)) return *kept;
   const std::vector<SchemaRecord> records =
       ReadRecords(FormatSql(" WHERE Component='%s' and ConfigGroup='%s' and Name='%s';", {component, group, key}));
   if (records.empty()) return nullptr;
-  schema = std::make_shared<SchemaObject>(records.front());
-  (*cache_)[name] = schema;
+  auto schema = std::make_shared<SchemaObject>(records.front());
+  cache_->Keep(records.front(), schema);
   return schema;
 }
 
