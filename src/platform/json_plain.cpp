@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/json_scan.h"
+
 namespace OrvoConfigStore {
 namespace {
 
@@ -14,168 +16,153 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-/// Marks, of eight bytes, those that end a plain string: a quote, a backslash or a
-/// control character. Each test sets the top bit of a byte for which it holds; only
-/// a byte above such a one may be marked by mistake.
-uint64_t MarkEnds(uint64_t bytes) {
-  constexpr uint64_t kOnes = 0x0101010101010101;
-  constexpr uint64_t kTops = kOnes * 0x80;
-  const auto below = [bytes](uint64_t bound) { return (bytes - kOnes * bound) & ~bytes; };
-  const auto equal = [bytes](uint64_t c) { return ((bytes ^ kOnes * c) - kOnes) & ~(bytes ^ kOnes * c); };
-  return (below(0x20) | equal('"') | equal('\\')) & kTops;
+bool IsBlank(char c) {
+  return c == ' ' || c == '\n' || c == '\r' || c == '\t';
 }
 
-bool IsPlain(char c) {
-  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20;
-}
-
-/// One pass over a text. Every function leaves `at_` behind what it has read and
-/// returns false to give up.
+/// One pass over a text. Every function takes the place at which it reads and
+/// returns the one behind what it has read, or null to give up.
 class PlainReader {
  public:
-  PlainReader(std::string_view text, JsonDocument& document)
-      : at_(text.data()), end_(text.data() + text.size()), document_(document) {}
+  using Place = const char*;
 
-  bool Run() {
-    if (!ReadValue()) return false;
-    SkipBlanks();
-    return at_ == end_;
+  PlainReader(Place end, JsonDocument& document) : end_(end), document_(document) {}
+
+  bool Run(Place at) {
+    at = ReadValue(SkipBlanks(at), 0);
+    return at != nullptr && SkipBlanks(at) == end_;
   }
 
  private:
-  void SkipBlanks() {
-    while (at_ != end_ && *at_ <= ' ' && (*at_ == ' ' || *at_ == '\n' || *at_ == '\r' || *at_ == '\t')) ++at_;
+  bool IsAt(Place at, char c) const { return at != end_ && *at == c; }
+
+  Place SkipBlanks(Place at) const {
+    while (at != end_ && IsBlank(*at)) ++at;
+    return at;
   }
 
-  /// Reads `c`, blanks before it skipped.
-  bool Take(char c) {
-    SkipBlanks();
-    if (at_ == end_ || *at_ != c) return false;
-    ++at_;
-    return true;
-  }
-
-  bool ReadValue() {
-    SkipBlanks();
-    if (at_ == end_) return false;
-    switch (*at_) {
+  /// `level` objects and arrays are open. Blanks before a value are skipped already.
+  Place ReadValue(Place at, int level) {
+    if (at == end_) return nullptr;
+    switch (*at) {
       case '{':
-        return ReadObject();
+        return ReadObject(at, level);
       case '[':
-        return ReadArray();
+        return ReadArray(at, level);
       case '"':
-        return ReadString(false);
+        return ReadString(at, false);
       case 't':
-        return TakeWord("true") && document_.Bool(true);
+        return document_.Bool(true) ? SkipWord(at, "true") : nullptr;
       case 'f':
-        return TakeWord("false") && document_.Bool(false);
+        return document_.Bool(false) ? SkipWord(at, "false") : nullptr;
       case 'n':
-        return TakeWord("null") && document_.Null();
+        return document_.Null() ? SkipWord(at, "null") : nullptr;
       default:
-        return ReadNumber();
+        return ReadNumber(at);
     }
   }
 
-  bool TakeWord(std::string_view word) {
-    if (static_cast<size_t>(end_ - at_) < word.size() || std::memcmp(at_, word.data(), word.size()) != 0) return false;
-    at_ += word.size();
-    return true;
+  Place SkipWord(Place at, std::string_view word) const {
+    const bool isThere =
+        static_cast<size_t>(end_ - at) >= word.size() && std::memcmp(at, word.data(), word.size()) == 0;
+    return isThere ? at + word.size() : nullptr;
   }
 
-  bool ReadObject() {
-    if (++level_ > kMostLevels) return false;
-    ++at_;
+  Place ReadObject(Place at, int level) {
+    if (level == kMostLevels) return nullptr;
     document_.StartObject();
     rapidjson::SizeType members = 0;
-    if (!Take('}')) {
-      do {
-        SkipBlanks();
-        if (!ReadString(true) || !Take(':') || !ReadValue()) return false;
-        ++members;
-      } while (Take(','));
-      if (!Take('}')) return false;
+    at = SkipBlanks(at + 1);
+    if (!IsAt(at, '}')) {
+      for (--at;; ++members) {
+        at = ReadMember(SkipBlanks(at + 1), level + 1);
+        if (at == nullptr) return nullptr;
+        if (!IsAt(at, ',')) break;
+      }
+      ++members;
     }
-    --level_;
-    return document_.EndObject(members);
+    return IsAt(at, '}') && document_.EndObject(members) ? at + 1 : nullptr;
   }
 
-  bool ReadArray() {
-    if (++level_ > kMostLevels) return false;
-    ++at_;
+  /// Reads a name and its value, and the blanks behind.
+  Place ReadMember(Place at, int level) {
+    if (!IsAt(at, '"')) return nullptr;
+    at = ReadString(at, true);
+    if (at == nullptr) return nullptr;
+    at = SkipBlanks(at);
+    if (!IsAt(at, ':')) return nullptr;
+    at = ReadValue(SkipBlanks(at + 1), level);
+    return at == nullptr ? nullptr : SkipBlanks(at);
+  }
+
+  Place ReadArray(Place at, int level) {
+    if (level == kMostLevels) return nullptr;
     document_.StartArray();
     rapidjson::SizeType elements = 0;
-    if (!Take(']')) {
-      do {
-        if (!ReadValue()) return false;
-        ++elements;
-      } while (Take(','));
-      if (!Take(']')) return false;
+    at = SkipBlanks(at + 1);
+    if (!IsAt(at, ']')) {
+      for (--at;; ++elements) {
+        at = ReadValue(SkipBlanks(at + 1), level + 1);
+        if (at == nullptr) return nullptr;
+        at = SkipBlanks(at);
+        if (!IsAt(at, ',')) break;
+      }
+      ++elements;
     }
-    --level_;
-    return document_.EndArray(elements);
+    return IsAt(at, ']') && document_.EndArray(elements) ? at + 1 : nullptr;
   }
 
-  /// Skips the plain bytes that come in eights, and where the first byte is the
-  /// lowest those before the end as well.
-  void SkipPlainWords() {
-    for (uint64_t bytes = 0; end_ - at_ >= 8; at_ += 8) {
-      std::memcpy(&bytes, at_, sizeof bytes);
-      const uint64_t ends = MarkEnds(bytes);
-      if (ends == 0) continue;
-      if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) at_ += __builtin_ctzll(ends) / 8;
-      return;
-    }
+  /// Reads what begins with a quote.
+  Place ReadString(Place at, bool isKey) {
+    const Place begin = at + 1;
+    at = FindEscaped(begin, end_);
+    if (!IsAt(at, '"')) return nullptr;
+    const auto length = static_cast<rapidjson::SizeType>(at - begin);
+    const bool isTaken = isKey ? document_.Key(begin, length, true) : document_.String(begin, length, true);
+    return isTaken ? at + 1 : nullptr;
   }
 
-  bool ReadString(bool isKey) {
-    if (at_ == end_ || *at_ != '"') return false;
-    const char* const begin = ++at_;
-    SkipPlainWords();
-    while (at_ != end_ && IsPlain(*at_)) ++at_;
-    if (at_ == end_ || *at_ != '"') return false;
-    const auto length = static_cast<rapidjson::SizeType>(at_++ - begin);
-    return isKey ? document_.Key(begin, length, true) : document_.String(begin, length, true);
+  Place SkipDigits(Place at) const {
+    while (at != end_ && IsDigit(*at)) ++at;
+    return at;
   }
 
-  /// Skips digits and returns whether there were any.
-  bool SkipDigits() {
-    const char* const begin = at_;
-    while (at_ != end_ && IsDigit(*at_)) ++at_;
-    return at_ != begin;
-  }
-
-  bool ReadNumber() {
-    const char* const begin = at_;
-    if (*at_ == '-') ++at_;
-    const char* const digits = at_;
-    if (!SkipDigits() || (*digits == '0' && at_ - digits > 1)) return false;
-    if (at_ != end_ && (*at_ == '.' || *at_ == 'e' || *at_ == 'E')) return ReadDouble(begin);
-    if (at_ - digits > kMostDigits) return false;
+  Place ReadNumber(const Place begin) {
+    const Place digits = *begin == '-' ? begin + 1 : begin;
+    const Place at = SkipDigits(digits);
+    if (at == digits || (*digits == '0' && at - digits > 1)) return nullptr;
+    if (at != end_ && (*at == '.' || *at == 'e' || *at == 'E')) return ReadDouble(begin, at);
+    if (at - digits > kMostDigits) return nullptr;
     int64_t number = 0;
-    for (const char* digit = digits; digit != at_; ++digit) number = number * 10 + (*digit - '0');
-    return document_.Int64(digits == begin ? number : -number);
+    for (Place digit = digits; digit != at; ++digit) number = number * 10 + (*digit - '0');
+    return document_.Int64(digits == begin ? number : -number) ? at : nullptr;
   }
 
-  bool ReadDouble(const char* begin) {
-    if (*at_ == '.' && (++at_, !SkipDigits())) return false;
-    if (at_ != end_ && (*at_ == 'e' || *at_ == 'E')) {
-      if (++at_ != end_ && (*at_ == '+' || *at_ == '-')) ++at_;
-      if (!SkipDigits()) return false;
+  /// Reads a number that begins at `begin`, whose whole part ends at `at`.
+  Place ReadDouble(const Place begin, Place at) {
+    if (*at == '.') {
+      const Place fraction = at + 1;
+      at = SkipDigits(fraction);
+      if (at == fraction) return nullptr;
+    }
+    if (at != end_ && (*at == 'e' || *at == 'E')) {
+      const bool hasSign = IsAt(at + 1, '+') || IsAt(at + 1, '-');
+      const Place exponent = at + (hasSign ? 2 : 1);
+      at = SkipDigits(exponent);
+      if (at == exponent) return nullptr;
     }
     double number = 0;
-    return std::from_chars(begin, at_, number).ec == std::errc() && document_.Double(number);
+    return std::from_chars(begin, at, number).ec == std::errc() && document_.Double(number) ? at : nullptr;
   }
 
-  const char* at_;
-  const char* const end_;
+  const Place end_;
   JsonDocument& document_;
-  int level_ = 0;
 };
 
 }  // namespace
 
 bool ReadPlainJson(std::string_view text, JsonDocument& document) {
-  return PlainReader(text, document).Run();
+  return PlainReader(text.data() + text.size(), document).Run(text.data());
 }
 
 }  // namespace OrvoConfigStore

@@ -1,41 +1,15 @@
 #include "platform/json_reader.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 
 #include <rapidjson/internal/dtoa.h>
 
+#include "platform/json_scan.h"
 #include "platform/json_values.h"
 
 namespace OrvoConfigStore {
 namespace {
-
-bool IsEscaped(char c) {
-  return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\';
-}
-
-// Whether any of eight bytes is escaped, all of them looked at together: a byte
-// from which more is taken than it holds gets its highest bit set.
-bool IsAnyEscaped(const char* eight) {
-  constexpr uint64_t kOnes = 0x0101010101010101;
-  constexpr uint64_t kHighest = kOnes << 7;
-  uint64_t bytes;
-  std::memcpy(&bytes, eight, sizeof bytes);
-  const uint64_t quotes = bytes ^ (kOnes * '"');
-  const uint64_t backslashes = bytes ^ (kOnes * '\\');
-  const uint64_t small =
-      ((bytes - kOnes * ' ') & ~bytes) | ((quotes - kOnes) & ~quotes) | ((backslashes - kOnes) & ~backslashes);
-  return (small & kHighest) != 0;
-}
-
-// Returns the first byte from `at` on that is escaped, or `end`.
-const char* FindEscaped(const char* at, const char* end) {
-  while (end - at >= 8 && !IsAnyEscaped(at)) at += 8;
-  return std::find_if(at, end, IsEscaped);
-}
 
 void WriteEscape(char c, std::string& out) {
   constexpr char kLetters[] = "btn\0fr";  // from \b on; \v has none

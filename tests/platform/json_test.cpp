@@ -105,6 +105,25 @@ TEST(JsonText, DamagedTextsAreJudgedAsByThePlainParser) {
   }
 }
 
+// Strings are looked through several characters at a time.
+TEST(JsonText, EveryPlaceOfAStringIsLookedAt) {
+  for (size_t length = 1; length < 40; ++length) {
+    for (size_t place = 0; place < length; ++place) {
+      for (const char special : {'"', '\\', '\n', '\x1f', ' ', '\x7f', '\xff'}) {
+        std::string text(length, place % 2 == 0 ? 'a' : '\xc3');
+        text[place] = special;
+        JsonStorage storage;
+        std::string written;
+        ASSERT_TRUE(WriteJson(TextValue(text, storage.allocator), written));
+        ASSERT_TRUE(ReadJson(written, storage.document, nullptr));
+        ASSERT_EQ(text, TextOf(storage.document));
+        const bool isPlain = special == ' ' || special == '\x7f' || special == '\xff';
+        ASSERT_EQ(isPlain, ReadJson('"' + text + '"', storage.document, nullptr)) << written;
+      }
+    }
+  }
+}
+
 TEST(JsonText, WhatCannotBeReadBackIsNotWritten) {
   JsonStorage storage;
   JsonValue value(1);
