@@ -86,7 +86,7 @@ std::shared_ptr<JsonDoc> DocOver(const std::shared_ptr<JsonStorage>& storage) {
 }
 
 std::shared_ptr<JsonDoc> NewDocument(size_t textLength) {
-  return DocOver(std::make_shared<JsonStorage>(textLength));
+  return DocOver(NewStorage(textLength));
 }
 
 std::shared_ptr<JsonDoc> CreateDocument() {

@@ -4,7 +4,9 @@
 #include <charconv>
 #include <clocale>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include <rapidjson/error/en.h>
 
@@ -26,6 +28,22 @@ size_t ChunkFor(size_t textLength) {
 JsonHeap* SharedHeap() {
   static JsonHeap heap;
   return &heap;
+}
+
+// A storage and the first memory that it draws from.
+template <size_t kBytes>
+struct RoomyStorage {
+  explicit RoomyStorage(size_t textLength) : storage(room, kBytes, textLength) {}
+
+  alignas(std::max_align_t) char room[kBytes];
+  JsonStorage storage;
+};
+
+template <size_t kBytes>
+std::shared_ptr<JsonStorage> NewRoomyStorage(size_t textLength) {
+  auto roomy = std::make_shared<RoomyStorage<kBytes>>(textLength);
+  JsonStorage* const storage = &roomy->storage;
+  return {std::move(roomy), storage};
 }
 
 // Converts what std::from_chars calls out of range: infinite, or so small that
@@ -120,6 +138,17 @@ struct PlainGenerator {
 
 JsonStorage::JsonStorage(size_t textLength)
     : allocator(ChunkFor(textLength), SharedHeap()), document(&allocator, kParseStack, SharedHeap()) {}
+
+JsonStorage::JsonStorage(void* room, size_t bytes, size_t textLength)
+    : allocator(room, bytes, ChunkFor(textLength), SharedHeap()), document(&allocator, kParseStack, SharedHeap()) {}
+
+std::shared_ptr<JsonStorage> NewStorage(size_t textLength) {
+  const size_t bytes = ChunkFor(textLength);
+  if (bytes <= 512) return NewRoomyStorage<512>(textLength);
+  if (bytes <= 768) return NewRoomyStorage<768>(textLength);
+  if (bytes <= 1024) return NewRoomyStorage<1024>(textLength);
+  return std::make_shared<JsonStorage>(textLength);
+}
 
 std::shared_ptr<JsonStorage> CopyToStorage(const JsonValue& value) {
   auto storage = std::make_shared<JsonStorage>();

@@ -22,7 +22,13 @@ struct JsonStorage {
 
   /// Sizes the first pool chunk for a text of `textLength` bytes.
   explicit JsonStorage(size_t textLength = 0);
+  /// Draws from `room` first, which stays the owner's.
+  JsonStorage(void* room, size_t bytes, size_t textLength);
 };
+
+/// Returns an empty document for a text of `textLength` bytes, in one piece with the
+/// memory that it will take if that is little.
+std::shared_ptr<JsonStorage> NewStorage(size_t textLength);
 
 /// A deep copy of `value`, as the root of a document of its own.
 std::shared_ptr<JsonStorage> CopyToStorage(const JsonValue& value);

@@ -82,10 +82,9 @@ class Row {
     if (cells_.empty()) ReadNames();
     for (int column = 0; column < columns_; ++column) {
       const unsigned char* const text = sqlite3_column_text(statement_, column);
-      if (text == nullptr && sqlite3_column_type(statement_, column) != SQLITE_NULL) return false;
       cells_[static_cast<size_t>(column)] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
     }
-    return true;
+    return sqlite3_errcode(sqlite3_db_handle(statement_)) != SQLITE_NOMEM;  // without memory a text reads as NULL
   }
 
   int Give(RowCallback callback, void* context) {

@@ -76,8 +76,9 @@ void ForEachInstance(const char* sql, const FilterSpecObject& filter, const Conn
                      const InstanceVisitor& visit) {
   const ConfigStoreObjectId& type = filter.GetId();
   const InstanceFilter taken(filter);
+  ConfigStoreObjectId id(type.key, type.group, type.component);
   const auto take = [&](const Row& row) {
-    const ConfigStoreObjectId id(type.key, type.group, type.component, row.Text(kIdentifier));
+    id.instanceId = row.Text(kIdentifier);
     std::shared_ptr<ConfigStoreObject> object = toObject(id, row);
     if (object != nullptr && taken.Takes(*object)) visit(std::move(object));
   };

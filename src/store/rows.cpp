@@ -33,10 +33,12 @@ const char* Row::Find(const char* column) const {
   return index < 0 ? nullptr : texts_[index];
 }
 
-int Row::IndexOf(const char* column) const {
+int Row::LookUp(const char* column) const {
   if (known_ == nullptr) return Search(column);
   for (size_t i = 0; i < known_->count; ++i) {
-    if (known_->known[i].column == column) return known_->known[i].index;
+    if (known_->known[i].column != column) continue;
+    known_->next = i + 1;
+    return known_->known[i].index;
   }
   const int index = Search(column);
   if (known_->count < known_->known.size()) known_->known[known_->count++] = {column, index};

@@ -25,6 +25,7 @@ struct KnownColumns {
   };
   std::array<Known, 12> known;
   size_t count = 0;
+  size_t next = 0;  // probably asked for next: each row is asked for the same, in the same order
 };
 
 /// The current row of a query, or a kept one, which it refers to: valid until the
@@ -47,7 +48,14 @@ class Row {
   RowMap Keep() const;
 
  private:
-  int IndexOf(const char* column) const;
+  int IndexOf(const char* column) const {
+    if (known_ == nullptr || known_->next >= known_->count) return LookUp(column);
+    const KnownColumns::Known& expected = known_->known[known_->next];
+    if (expected.column != column) return LookUp(column);
+    ++known_->next;
+    return expected.index;
+  }
+  int LookUp(const char* column) const;
   int Search(const char* column) const;
 
   const RowMap* kept_ = nullptr;
