@@ -21,21 +21,21 @@ std::atomic<size_t>& Limit() {
   return limit;
 }
 
+// Of the parts that tell most objects apart; what is found is compared in full.
 size_t HashOf(const ConfigStoreObjectId& id) {
   constexpr size_t kSpread = 0x9e3779b97f4a7c15;
-  size_t hash = 0;
-  for (const std::string* part : {&id.key, &id.group, &id.component, &id.instanceId}) {
-    hash = (hash ^ std::hash<std::string_view>()(*part)) * kSpread;
-    hash ^= hash >> 32;
-  }
-  return hash;
+  const std::hash<std::string_view> hashOf;
+  const size_t hash = (hashOf(id.key) * kSpread ^ hashOf(id.instanceId)) * kSpread;
+  return hash ^ hash >> 32;
 }
 
 std::shared_ptr<ConfigStoreObject> CopyOf(const ConfigStoreObject& object,
                                           const std::shared_ptr<SchemaObject>& schema) {
   const std::shared_ptr<JsonDoc> source = object.GetJsonDocPtr();
   const std::shared_ptr<JsonDoc> copy = NewDocument(source->allocator->Size() / 2);
-  copy->document->CopyFrom(*std::as_const(*source).GetJsonValuePtr(), *copy->allocator);
+  const JsonValue& data = *std::as_const(*source).GetJsonValuePtr();
+  const auto generate = [&data](JsonDocument& document) { return data.Accept(document); };
+  copy->document->Populate(generate);
   return std::make_shared<ConfigStoreObject>(
       object.GetId(), copy, schema, RowFacts{object.GetVersion(), object.GetCreationTime(), object.GetModifiedTime()});
 }
