@@ -56,6 +56,16 @@ int64_t FileSize(const std::string& path) {
   return stat(HaldenLib::ResolvePath(path).c_str(), &status) == 0 ? int64_t{status.st_size} : 0;
 }
 
+/// The size of the log's file, of which SQLite knows where it is: asking for it by
+/// name would cost more.
+int64_t LogSize(sqlite3* database, const std::string& path) {
+  sqlite3_file* log = nullptr;
+  sqlite3_int64 bytes = 0;
+  sqlite3_file_control(database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+  const bool isOpen = log != nullptr && log->pMethods != nullptr;
+  return isOpen && log->pMethods->xFileSize(log, &bytes) == SQLITE_OK ? bytes : FileSize(path + "-wal");
+}
+
 enum class LogState { Emptied, Held, Broken };
 
 LogState StateAfter(int code) {
@@ -149,7 +159,7 @@ void TrimLog(sqlite3* database, LogWatch* watch) {
 bool MakeRoomInLog(sqlite3* database, const std::string& path, int timeoutMs) {
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::milliseconds kPause(20);
-  if (FileSize(path + "-wal") <= kRefuseAbove) return true;
+  if (LogSize(database, path) <= kRefuseAbove) return true;
   const Clock::time_point end = Clock::now() + std::chrono::milliseconds(timeoutMs);
   for (;;) {
     int pages = -1;
