@@ -156,6 +156,9 @@ const Goal kGoals[] = {
     {"Get, the same object", 0.7, 0.6},
     {"Get, a random one of 10000", 1.5, 1.25},
     {"Set", 1.4, 1.2},
+    {"Set on a disk", 1.15, 1.05},
+    {"Validation of an object", 1.0, 0.25},
+    {"Validation of 50 nested instances", 0.6, 0.25},
     {"SetInstances of 1000", 1.5, 1.3},
     {"GetInstances of 1000", 3.2, 2.9},
     {"GetInstances of 100000", 3.2, 2.9},
@@ -169,12 +172,28 @@ const Goal kGoals[] = {
     {"The slowest read beside a writer", 2.0, 2.0},
 };
 
-Row GoalOf(const std::string& workload) {
+const Goal* GoalOf(const std::string& workload) {
   for (const Goal& goal : kGoals) {
-    if (workload == goal.workload) return {Format("%.2f", goal.reach), Format("%.2f", goal.stretch)};
+    if (workload == goal.workload) return &goal;
   }
-  return {"", ""};
+  return nullptr;
 }
+
+/// Workloads of which the larger one is to take at most `reach` times the time of
+/// the smaller, which has a tenth of its objects.
+struct Growth {
+  const char* small;
+  const char* large;
+  double reach;
+};
+
+const Growth kGrowths[] = {
+    {"GetInstances of 1000", "GetInstances of 10000", 11},
+    {"GetInstances of 10000", "GetInstances of 100000", 11},
+    {"SetInstances of 1000", "SetInstances of 10000", 11},
+    {"SetInstances of 10000", "SetInstances of 100000", 11},
+    {"Merge of two layers of 1000 instances", "Merge of two layers of 10000 instances", 11},
+};
 
 /// The processor times say nothing of work that other processes have done.
 bool HasOwnTime(const Runs& runs) {
@@ -190,7 +209,9 @@ Row TimesOf(const std::string& name, const Runs& store, const Runs& floor, const
              Percent(Spread(floor)),
              Format("%.2f", Ratio(store, floor, &Runs::elapsed)),
              hasTimes ? Format("%.2f", Ratio(store, floor, &Runs::cpu)) : ""};
-  for (const std::string& text : GoalOf(name)) row.push_back(text);
+  const Goal* const goal = GoalOf(name);
+  row.push_back(goal == nullptr ? "" : Format("%.2f", goal->reach));
+  row.push_back(goal == nullptr ? "" : Format("%.2f", goal->stretch));
   row.push_back(parsing == nullptr ? "" : Format("%.2f", Ratio(store, *parsing, &Runs::elapsed)));
   return row;
 }
@@ -219,47 +240,85 @@ void AddShared(std::vector<Workload>& workloads) {
   for (Workload& workload : others) workloads.push_back(std::move(workload));
 }
 
-/// Prints the times beside those of the floor: SQLite alone where that was
-/// measured, else the floor that parses as well.
+/// What a workload is compared with: SQLite alone where that was measured, else
+/// the floor that parses as well.
+const Runs* FloorOf(const Workload& workload) {
+  const Runs* const bare = workload.Side("bare");
+  return bare != nullptr ? bare : workload.Side("floor");
+}
+
 void PrintTimes(const std::vector<Workload>& workloads) {
   std::vector<Row> rows = {{"workload", "library", "spread", "floor", "spread", "ratio", "CPU ratio", "must reach",
                             "stretch", "to a floor that parses"}};
   for (const Workload& workload : workloads) {
     const Runs* const store = workload.Side("store");
+    const Runs* const floor = FloorOf(workload);
     const Runs* const parsing = workload.Side("floor");
-    const Runs* const bare = workload.Side("bare");
-    const Runs* const floor = bare != nullptr ? bare : parsing;
     if (store != nullptr && floor != nullptr) {
-      rows.push_back(TimesOf(workload.name, *store, *floor, bare == nullptr ? nullptr : parsing));
+      rows.push_back(TimesOf(workload.name, *store, *floor, floor == parsing ? nullptr : parsing));
     }
   }
   PrintTable(rows);
 }
 
+const Workload* Find(const std::vector<Workload>& workloads, const char* name) {
+  const auto found = std::find_if(workloads.begin(), workloads.end(),
+                                  [name](const Workload& workload) { return workload.name == name; });
+  return found == workloads.end() ? nullptr : &*found;
+}
+
+/// Prints how the time grows with ten times the objects, the floor's as well.
 void PrintGrowth(const std::vector<Workload>& workloads) {
-  std::vector<Row> rows = {{"time per object", "library", "floor"}};
-  for (const Workload& workload : workloads) {
-    const Runs* const store = workload.Side("store");
-    const Runs* const floor = workload.Side("floor");
-    if (store == nullptr || floor == nullptr || store->objects == 1) continue;
-    rows.push_back(
-        {workload.name, Time(Median(store->elapsed) / store->objects), Time(Median(floor->elapsed) / floor->objects)});
+  std::vector<Row> rows = {{"ten times the objects", "by object", "library", "floor", "must reach"}};
+  for (const Growth& growth : kGrowths) {
+    const Workload* const small = Find(workloads, growth.small);
+    const Workload* const large = Find(workloads, growth.large);
+    if (small == nullptr || large == nullptr) continue;
+    const Runs& store = *large->Side("store");
+    rows.push_back({large->name, Time(Median(store.elapsed) / store.objects),
+                    Format("%.1f", Ratio(store, *small->Side("store"), &Runs::elapsed)),
+                    Format("%.1f", Ratio(*FloorOf(*large), *FloorOf(*small), &Runs::elapsed)),
+                    Format("%.0f", growth.reach)});
   }
   PrintTable(rows);
 }
 
+/// Of the text for a list, beyond it for a visitor.
+Row MemoryGoalOf(const std::string& workload) {
+  if (workload == "GetInstances of 100000") return {"6 times", "5 times"};
+  if (workload == "VisitInstances of 100000") return {"3 MB", ""};
+  return {"", ""};
+}
+
 void PrintMemory(const std::vector<Workload>& workloads) {
   constexpr double kMebibyte = 1 << 20;
-  std::vector<Row> rows = {{"memory", "the list", "beyond it", "both, times the JSON text"}};
+  std::vector<Row> rows = {{"memory", "the list", "beyond it", "both, times the JSON text", "must reach", "stretch"}};
   for (const Workload& workload : workloads) {
     const Runs* const memory = workload.Side("memory");
     if (memory == nullptr) continue;
     const double list = Median(memory->counters.at("list_bytes"));
     const double beyond = Median(memory->counters.at("beyond_bytes"));
-    rows.push_back({workload.name, Format("%.0f MiB", list / kMebibyte), Format("%.0f MiB", beyond / kMebibyte),
-                    Format("%.1f", (list + beyond) / Median(memory->counters.at("json_bytes")))});
+    const Row goal = MemoryGoalOf(workload.name);
+    rows.push_back({workload.name, Format("%.0f MiB", list / kMebibyte), Format("%.1f MiB", beyond / kMebibyte),
+                    Format("%.1f", (list + beyond) / Median(memory->counters.at("json_bytes"))), goal[0], goal[1]});
   }
   PrintTable(rows);
+}
+
+template <class Json>
+void WriteRatios(const Workload& workload, Json& json) {
+  const auto put = [&](const char* name, double value) {
+    json.Key(name);
+    json.Double(value);
+  };
+  if (const Runs* const floor = FloorOf(workload)) {
+    put("ratio", Ratio(*workload.Side("store"), *floor, &Runs::elapsed));
+    put("cpu_ratio", Ratio(*workload.Side("store"), *floor, &Runs::cpu));
+  }
+  if (const Goal* const goal = GoalOf(workload.name)) {
+    put("must_reach", goal->reach);
+    put("stretch", goal->stretch);
+  }
 }
 
 bool WriteFigures(const char* path, const std::vector<Workload>& workloads) {
@@ -282,6 +341,7 @@ bool WriteFigures(const char* path, const std::vector<Workload>& workloads) {
       put("median_ns", Median(runs.elapsed));
       put("median_cpu_ns", Median(runs.cpu));
       put("spread", Spread(runs));
+      if (side == "store") WriteRatios(workload, json);
       for (const auto& [counter, values] : runs.counters) put(counter.c_str(), Median(values));
       json.EndObject();
     }
