@@ -98,8 +98,9 @@ int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedTe
 int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection) {
   const std::vector<std::string> values = {key};
   const std::vector<int> types = {VALUE_TEXT};
+  const NamedText form{kReadKey, {}};  // which spares lifting the text each time
   value->clear();
-  return RunOn(connection, {kReadKey, &values, &types, TakeValue, value, kBusyTimeout});
+  return RunOn(connection, {form.form, &values, &types, TakeValue, value, kBusyTimeout, &form});
 }
 
 int WriteKeyValue(const std::string& key, const std::string& value,

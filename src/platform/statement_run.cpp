@@ -3,8 +3,8 @@
 //   1. The text is lifted and its statement taken from the cache, or prepared. A
 //      form is lifted once; one that cannot be is written out first.
 //   2. Before a write outside of a transaction: is the file still the one at
-//      the path, is its log in order. This may replace the handle, so the
-//      statement is let go of and taken again.
+//      the path, is its log in order. Where this replaces the handle, the
+//      statement is let go of before and taken again.
 //   3. Values and lifted literals are bound and the rows handed over.
 //   4. The statement is let go of; after a commit the log is trimmed.
 
@@ -148,9 +148,8 @@ int StoreConnection::RunInternal(const Request& request) {
 int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) {
   std::optional<StatementUse> use;
   if (!Acquire(request, lifted, &use)) return 1;
-  if (BeginsWrite(use->Get())) {
-    use.reset();
-    if (!PrepareToWrite(request.timeoutMs)) return 1;
+  if (BeginsWrite(use->Get()) && !PrepareToWrite(request.timeoutMs, &use)) return 1;
+  if (!use.has_value()) {
     const int code = Prepare(lifted->text, &use);
     if (code != SQLITE_OK) return Fail(code, sqlite3_errmsg(database_.get()), lifted->text);
   }

@@ -52,6 +52,9 @@ void StoreConnection::Close() {
   if (database_ == nullptr) return;
   statements_.Clear();
   look_.reset();
+  watch_.reset();
+  notMoved_ = {};
+  hasWritten_ = false;
   // What lies at the path by now is another file, whose log must be left alone.
   if (HasMoved()) sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   database_.reset();
@@ -76,6 +79,18 @@ bool StoreConnection::HasMoved() const {
   if (isPrivate_) return false;
   FileIdentity now;
   return IdentifyFile(path_, &now) != SQLITE_OK || !(now == file_);
+}
+
+/// As HasMoved, for a connection that writes again and again: while its file stays
+/// as it is, which it does between two checkpoints, the path is not walked each time.
+bool StoreConnection::HasMovedBeforeWrite() {
+  if (isPrivate_ || !std::exchange(hasWritten_, true)) return HasMoved();
+  if (!watch_.has_value()) watch_.emplace(path_.c_str());
+  const HaldenLib::FileState now = watch_->Look();
+  if (now.Exists() && now == notMoved_) return false;
+  if (HasMoved()) return true;
+  notMoved_ = now;
+  return false;
 }
 
 /// Leaves a file that is no longer the one at the path, unless work on it is under way.
@@ -118,18 +133,22 @@ void StoreConnection::SetBusyTimeout(int timeoutMs) {
   busyTimeout_ = timeoutMs;
 }
 
-/// What precedes every write transaction, also that of a single statement. May
-/// replace the handle, so no statement of it may be held meanwhile.
-bool StoreConnection::PrepareToWrite(int timeoutMs) {
+/// What precedes every write transaction, also that of a single statement. Lets go
+/// of the statement where it replaces the handle or changes the journal's mode.
+bool StoreConnection::PrepareToWrite(int timeoutMs, std::optional<StatementUse>* use) {
   const bool isReading = running_ > 0;  // a row callback writes
-  if (HasMoved()) {
+  if (HasMovedBeforeWrite()) {
     if (isReading) return Fail(SQLITE_READONLY_DBMOVED, "the file was replaced while it is read") == 0;
+    use->reset();
     Close();
     if (!Open(WhenMissing::Report)) return false;
   }
   if (!hasLog_ || isReading) return true;
   SetBusyTimeout(0);
-  if (!isLogEnsured_) EnsureWriteAheadLog(database_.get(), path_);
+  if (!isLogEnsured_) {
+    use->reset();
+    EnsureWriteAheadLog(database_.get(), path_);
+  }
   isLogEnsured_ = true;
   const bool mayWrite = MakeRoomInLog(database_.get(), path_, timeoutMs);
   SetBusyTimeout(timeoutMs);

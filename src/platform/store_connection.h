@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/db_store.h"
+#include "platform/file_watch.h"
 #include "platform/open_database.h"
 #include "platform/sql_forms.h"
 #include "platform/sql_literals.h"
@@ -76,9 +77,10 @@ class StoreConnection {
   void AbandonInChild();
   void Close();
   bool HasMoved() const;
+  bool HasMovedBeforeWrite();
   bool IsInTransaction() const { return database_ != nullptr && sqlite3_get_autocommit(database_.get()) == 0; }
   void SetBusyTimeout(int timeoutMs);
-  bool PrepareToWrite(int timeoutMs);
+  bool PrepareToWrite(int timeoutMs, std::optional<StatementUse>* use);
   int Fail(int code, const std::string& words, std::string_view statement = {}) const;
 
   // statement_run.cpp: one statement
@@ -104,6 +106,8 @@ class StoreConnection {
   const bool hasLog_;  // the store has a write-ahead log, the schema store has none
   Database database_;
   FileIdentity file_;
+  std::optional<HaldenLib::FileWatch> watch_;  // from the second write on
+  HaldenLib::FileState notMoved_;              // in which state the path named the file
   pid_t owner_;
   StatementCache statements_;
   StatementHandle look_;  // begins a read and takes nothing
@@ -115,6 +119,7 @@ class StoreConnection {
   int handles_ = 0;  // how many have been opened
   LogWatch log_;
   bool isLogEnsured_ = false;
+  bool hasWritten_ = false;
 
   int depth_ = 0;
   bool hasTextLevel_ = false;

@@ -10,6 +10,7 @@ namespace OrvoConfigStore {
 MemberEditor::MemberEditor(JsonValue& object, size_t changes, JsonAllocator& allocator)
     : object_(object), allocator_(allocator), indexed_(std::max<size_t>(object.MemberCount(), changes) > kIndexFrom) {
   if (!indexed_) return;
+  positions_.reserve(object.MemberCount());
   rapidjson::SizeType position = 0;
   for (const auto& member : object.GetObject()) positions_.emplace(TextOf(member.name), position++);
 }
@@ -56,6 +57,7 @@ JsonValue& MemberEditor::Append(std::string_view name, JsonValue& value) {
 InstanceFinder::InstanceFinder(JsonValue& elements, const std::string& idKey, size_t lookUps)
     : elements_(elements), idKey_(idKey), indexed_(elements.Size() + lookUps > kIndexFrom) {
   if (!indexed_) return;
+  positions_.reserve(elements.Size());
   rapidjson::SizeType position = 0;
   for (const JsonValue& element : elements.GetArray()) positions_.emplace(InstanceIdOf(element, idKey), position++);
 }
