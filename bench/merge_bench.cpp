@@ -19,14 +19,18 @@ using bench::Side;
 
 constexpr char kSchema[] = R"({
   "component": "measured", "group": "probes", "key": "probe_layers", "version": "1.0", "noRestore": false,
-  "schema": {"type": "array", "instanceId": "name", "items": {"type": "object", "properties": {
-    "name": {"type": "string", "instanceId": true},
-    "rows": {"type": "array", "instanceId": "id", "items": {"type": "object", "properties": {
-      "id": {"type": "string", "instanceId": true},
-      "limit": {"type": "integer", "vital": true},
-      "value": {"type": "integer"}
-    }}}
-  }}}
+  "schema": {"type": "array", "instanceId": "name", "items": {
+    "type": "object", "additionalProperties": false, "required": ["name"], "properties": {
+      "name": {"type": "string", "instanceId": true},
+      "rows": {"type": "array", "instanceId": "id", "items": {
+        "type": "object", "additionalProperties": false, "required": ["id"], "properties": {
+          "id": {"type": "string", "instanceId": true},
+          "limit": {"type": "integer", "vital": true},
+          "value": {"type": "integer"}
+        }
+      }}
+    }
+  }}
 })";
 
 ConfigStoreObjectId IdOf(size_t rows) {
@@ -82,6 +86,7 @@ void RegisterMerge(const bench::SampleHost& host, size_t rows) {
 int main(int argc, char** argv) {
   const bench::SampleHost host(0);
   RegisterType(host);
+  OrvoConfigStore::SetReadCacheLimit(0);  // every read merges
   for (const size_t rows : {1000, 10000}) RegisterMerge(host, rows);
   return bench::RunRegistered(argc, argv);
 }
