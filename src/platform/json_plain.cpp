@@ -17,7 +17,7 @@ bool IsDigit(char c) {
 }
 
 bool IsBlank(char c) {
-  return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+  return c <= ' ' && (c == ' ' || c == '\n' || c == '\r' || c == '\t');  // most characters are above
 }
 
 /// One pass over a text. Every function takes the place at which it reads and

@@ -44,17 +44,18 @@ size_t FindAmong(const char* at) {
 
 }  // namespace scan
 
+/// As FindEscaped, for fewer than sixteen characters.
+const char* FindEscapedInFew(const char* at, const char* end);
+
 /// Returns the first character from `at` on that is escaped, or `end`.
 inline const char* FindEscaped(const char* at, const char* end) {
-  using scan::Eight;
-  using scan::FindAmong;
   using scan::Sixteen;
-  constexpr ptrdiff_t kSixteen = sizeof(Sixteen), kEight = sizeof(Eight);
-  size_t plain = sizeof(Sixteen);
-  for (; plain == sizeof(Sixteen) && end - at >= kSixteen; at += plain) plain = FindAmong<Sixteen>(at);
-  if (plain == sizeof(Sixteen) && end - at >= kEight) at += FindAmong<Eight>(at);
-  while (at != end && !IsEscaped(*at)) ++at;
-  return at;
+  while (end - at >= 16) {
+    const size_t plain = scan::FindAmong<Sixteen>(at);
+    at += plain;
+    if (plain < sizeof(Sixteen)) return at;
+  }
+  return FindEscapedInFew(at, end);
 }
 
 }  // namespace OrvoConfigStore

@@ -8,6 +8,7 @@
 //   3. Values and lifted literals are bound and the rows handed over.
 //   4. The statement is let go of; after a commit the log is trimmed.
 
+#include <array>
 #include <charconv>
 #include <utility>
 
@@ -46,7 +47,7 @@ int BindValue(sqlite3_stmt* statement, int index, const std::string& value, int 
     case VALUE_TEXT:
       return BindText(statement, index, value);
     case VALUE_NULL:
-      return sqlite3_bind_null(statement, index);
+      return SQLITE_OK;  // which every value is until it is bound
     default:
       return SQLITE_MISMATCH;
   }
@@ -79,30 +80,32 @@ class Row {
 
   /// Takes the current row; false when memory is short.
   bool Read() {
-    if (cells_.empty()) ReadNames();
+    if (cells_ == nullptr) ReadNames();
     for (int column = 0; column < columns_; ++column) {
       const unsigned char* const text = sqlite3_column_text(statement_, column);
-      cells_[static_cast<size_t>(column)] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
+      cells_[column] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
     }
     return sqlite3_errcode(sqlite3_db_handle(statement_)) != SQLITE_NOMEM;  // without memory a text reads as NULL
   }
 
-  int Give(RowCallback callback, void* context) {
-    return callback(context, columns_, cells_.data(), cells_.data() + columns_);
-  }
+  int Give(RowCallback callback, void* context) { return callback(context, columns_, cells_, cells_ + columns_); }
 
  private:
   void ReadNames() {
     columns_ = sqlite3_column_count(statement_);
-    cells_.resize(2 * static_cast<size_t>(columns_));
+    const size_t cells = 2 * static_cast<size_t>(columns_);
+    if (cells > few_.size()) many_.resize(cells);
+    cells_ = cells > few_.size() ? many_.data() : few_.data();
     for (int column = 0; column < columns_; ++column) {
-      cells_[static_cast<size_t>(columns_ + column)] = const_cast<char*>(sqlite3_column_name(statement_, column));
+      cells_[columns_ + column] = const_cast<char*>(sqlite3_column_name(statement_, column));
     }
   }
 
   sqlite3_stmt* statement_;
   int columns_ = 0;
-  std::vector<char*> cells_;  // the texts, then the names
+  char** cells_ = nullptr;     // the texts, then the names
+  std::array<char*, 24> few_;  // where they are, mostly
+  std::vector<char*> many_;
 };
 
 class ScopedCount {

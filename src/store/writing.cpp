@@ -23,6 +23,10 @@ ConfigStoreObjectId TypeOf(const ConfigStoreObjectId& id) {
   return {id.key, id.group, id.component};
 }
 
+bool IsOfType(const ConfigStoreObjectId& id, const ConfigStoreObjectId& type) {
+  return id.key == type.key && id.group == type.group && id.component == type.component;
+}
+
 std::string VersionOf(const ConfigStoreObjectId& id) {
   const auto schema = OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key);
   return schema == nullptr ? std::string() : schema->GetVersion();
@@ -120,8 +124,11 @@ void SetInstancesInternal(const ObjectList& objects, const USERDATA_CONTEXT& con
                           const Connection& connection) {
   // Each is written before the next is split: the texts of a large list are
   // never all in memory, and rows that are read in order lie in order.
+  auto schema = schemas.end();
   for (const std::shared_ptr<ConfigStoreObject>& object : objects) {
-    const auto schema = schemas.find(TypeOf(object->GetId()));
+    if (schema == schemas.end() || !IsOfType(object->GetId(), schema->first)) {
+      schema = schemas.find(TypeOf(object->GetId()));
+    }
     if (schema == schemas.end()) throw std::out_of_range("_Map_base::at");
     WriteComplete(object->GetId(), schema->second->GetVersion(),
                   BuildLayerValues(*object, *schema->second, context.kind), connection);
