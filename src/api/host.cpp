@@ -109,10 +109,9 @@ std::vector<SchemaInfo> RegisterSchemaFiles(const std::vector<std::string>& path
   if (!violations.empty()) {
     throw ValidationException(CS_GENERAL, "The schemas cannot be registered.", violations);
   }
-  OrvoSchemaStore::SchemaStore::GetStore()->SetSchema(records);
-
   std::vector<SchemaInfo> registered;
   for (const SchemaRecord& record : records) registered.push_back(InfoOf(record));
+  OrvoSchemaStore::SchemaStore::GetStore()->SetSchema(records);
   return registered;
 }
 

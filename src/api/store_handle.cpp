@@ -20,9 +20,11 @@ const std::string sGlobalNamespace;
 
 std::shared_ptr<ConfigStore> ConfigStore::GetStore(const std::string& ns) {
   if (ns != sGlobalNamespace) throw ConfigStoreException(CS_GENERAL, "Invalid value for namespace.");
-  // One that is out of reach is there: the handle says what is wrong with it.
+  // One that is out of reach is there: the handle says what is wrong with it, and works once it can.
   if (HaldenLib::IsMissing(HaldenLib::kStoreFile)) return nullptr;
-  return std::make_shared<ConfigStoreImpl>(GetDBStore(DBStore::TYPE_STORE, false));
+  std::shared_ptr<DBStore::StoreConnection> connection = GetDBStore(DBStore::TYPE_STORE, false);
+  if (connection == nullptr) connection = DBStore::ConnectLater(DBStore::TYPE_STORE);
+  return std::make_shared<ConfigStoreImpl>(connection);
 }
 
 ConfigStoreImpl::ConfigStoreImpl(std::shared_ptr<DBStore::StoreConnection> connection)

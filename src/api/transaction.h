@@ -22,9 +22,8 @@ void RunInTransaction(ConfigStore& store, const char* operation, Body body) {
   try {
     body();
   } catch (const std::exception& cause) {
-    const std::string message = std::string("Operation failed: ") + cause.what();
-    store.CancelTransaction();
-    throw ConfigStoreException(CS_GENERAL, message.c_str());
+    store.CancelTransaction();  // first: there may be no memory for a message
+    throw ConfigStoreException(CS_GENERAL, (std::string("Operation failed: ") + cause.what()).c_str());
   }
   try {
     store.CommitTransaction();

@@ -1,5 +1,6 @@
 #include "lifecycle/load_steps.h"
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -74,7 +75,11 @@ AttachedSchemaStore::AttachedSchemaStore(const Connection& connection)
     : connection_(connection), isAttached_(Runs(Sql::kAttachSchemaStore, connection)) {}
 
 AttachedSchemaStore::~AttachedSchemaStore() {
-  Detach();
+  try {
+    Detach();
+  } catch (const std::bad_alloc&) {
+    // It stays attached for as long as the connection lives.
+  }
 }
 
 bool AttachedSchemaStore::Detach() {

@@ -100,13 +100,18 @@ SchemaType SchemaNode::Type() {
   return *type_;
 }
 
+// Kept when all of it is there: memory may be short on the way.
 void SchemaNode::ReadProperties(const JsonValue& properties) {
-  MemberIndex& index = propertyIndex_.emplace(properties);
+  MemberIndex index(properties);
+  std::vector<PropertyNode> nodes;
+  nodes.reserve(properties.MemberCount());
   for (const auto& property : properties.GetObject()) {
     hasNamesTwice_ = hasNamesTwice_ || index.Find(TextOf(property.name)) != &property;
-    properties_.push_back({TextOf(property.name), property.value});
+    nodes.push_back({TextOf(property.name), property.value});
   }
-  for (size_t i = 0; i < properties_.size(); ++i) properties_[i].next = &properties_[(i + 1) % properties_.size()];
+  for (size_t i = 0; i < nodes.size(); ++i) nodes[i].next = &nodes[(i + 1) % nodes.size()];
+  properties_ = std::move(nodes);
+  propertyIndex_.emplace(std::move(index));
 }
 
 // Members mostly stand in the order of the schema: the place behind the one that
@@ -184,8 +189,10 @@ const UnionTag* SchemaNode::Union() {
 }
 
 const OptionTagNames& SchemaNode::TagNames() {
-  if (!tagNames_.has_value()) CollectTagNames(node_, tagNames_.emplace());
-  return *tagNames_;
+  if (tagNames_.has_value()) return *tagNames_;
+  OptionTagNames names;
+  CollectTagNames(node_, names);
+  return tagNames_.emplace(std::move(names));
 }
 
 bool SchemaNode::IsUserDataAlone() {

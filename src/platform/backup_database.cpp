@@ -13,6 +13,7 @@
 #include "platform/host_log.h"
 #include "platform/host_paths.h"
 #include "platform/open_database.h"
+#include "platform/query_rows.h"
 #include "platform/rehearsal.h"
 
 // Copying one database onto another:
@@ -87,12 +88,10 @@ int CopyPages(sqlite3_backup* backup, int* code) {
 /// Step 3. Alone with the file, so that no memory need be shared for its log.
 int LeaveLogMode(sqlite3* destination, bool isNew) {
   std::string mode;
-  const auto take = [](void* result, int, char** texts, char**) {
-    if (texts[0] != nullptr) *static_cast<std::string*>(result) = texts[0];
-    return 0;
-  };
   sqlite3_exec(destination, "PRAGMA locking_mode=EXCLUSIVE;", nullptr, nullptr, nullptr);
-  const int code = sqlite3_exec(destination, "PRAGMA journal_mode=DELETE;", take, &mode, nullptr);
+  const int code = QueryRows(destination, "PRAGMA journal_mode=DELETE;", [&mode](int, const char* const* texts) {
+    if (texts[0] != nullptr) mode = texts[0];
+  });
   if (code == SQLITE_OK && mode == "delete") return 0;
   const bool isInUse = !isNew && (code & kPrimaryCode) == SQLITE_BUSY;
   if (isInUse) return 0;

@@ -6,6 +6,7 @@
 
 #include "platform/db_failure.h"
 #include "platform/host_log.h"
+#include "platform/query_rows.h"
 
 namespace DBStore {
 
@@ -22,11 +23,9 @@ using Names = std::set<std::string, NameOrder>;
 /// Returns the first column of all rows; nothing when the query fails.
 Names Query(sqlite3* database, const char* query) {
   Names names;
-  const auto insert = [](void* result, int, char** texts, char**) {
-    if (texts[0] != nullptr) static_cast<Names*>(result)->insert(texts[0]);
-    return 0;
-  };
-  const int code = sqlite3_exec(database, query, insert, &names, nullptr);
+  const int code = QueryRows(database, query, [&names](int, const char* const* texts) {
+    if (texts[0] != nullptr) names.insert(texts[0]);
+  });
   return code == SQLITE_OK ? names : Names();
 }
 
@@ -44,29 +43,23 @@ std::string QuotedName(const std::string& name) {
   return quoted + "\"";
 }
 
-struct ForeignCheck {
-  const std::vector<Definition>& ours;
-  std::string drops;
-};
-
-/// Takes a row of type, name and text.
-int AddDrop(void* context, int, char** texts, char**) {
-  auto& check = *static_cast<ForeignCheck*>(context);
-  if (texts[0] == nullptr || texts[1] == nullptr) return 0;
+/// The statement that drops what a row of type, name and text tells of; empty for ours.
+std::string DropOf(const char* const* texts, const std::vector<Definition>& ours) {
+  if (texts[0] == nullptr || texts[1] == nullptr) return "";
   const std::string name = texts[1], text = texts[2] == nullptr ? "" : texts[2];
-  const bool isOurs = std::any_of(check.ours.begin(), check.ours.end(), [&](const Definition& definition) {
+  const bool isOurs = std::any_of(ours.begin(), ours.end(), [&](const Definition& definition) {
     return definition.name == name && KeptText(definition.sql) == text;
   });
-  if (!isOurs) check.drops += std::string("DROP ") + texts[0] + " IF EXISTS main." + QuotedName(name) + ";";
-  return 0;
+  return isOurs ? "" : std::string("DROP ") + texts[0] + " IF EXISTS main." + QuotedName(name) + ";";
 }
 
 /// The statements that drop what is foreign.
 std::string DropsOfForeign(sqlite3* database, const std::vector<Definition>& definitions) {
   constexpr char kQuery[] = "SELECT type, name, sql FROM sqlite_schema WHERE type IN ('trigger', 'view');";
-  ForeignCheck check{definitions, ""};
-  sqlite3_exec(database, kQuery, AddDrop, &check, nullptr);  // what cannot be read shows in what follows
-  return check.drops;
+  std::string drops;
+  // What cannot be read shows in what follows.
+  QueryRows(database, kQuery, [&](int, const char* const* texts) { drops += DropOf(texts, definitions); });
+  return drops;
 }
 
 }  // namespace

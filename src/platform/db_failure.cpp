@@ -4,19 +4,23 @@
 
 #include "platform/db_store.h"
 #include "platform/host_log.h"
+#include "platform/per_thread.h"
 
 namespace DBStore {
 
 namespace {
 
+struct Failures {
+  Failure last;
+  Failure ofOpening;  // the last connection that could not be had
+};
+
 Failure& ThreadFailure() {
-  thread_local Failure failure;
-  return failure;
+  return HaldenLib::PerThread<Failures>::Get().last;
 }
 
 Failure& ThreadOpenFailure() {
-  thread_local Failure failure;
-  return failure;
+  return HaldenLib::PerThread<Failures>::Get().ofOpening;
 }
 
 /// SQLite puts what it quotes of a statement between double quotes.

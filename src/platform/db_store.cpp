@@ -51,6 +51,10 @@ std::shared_ptr<StoreConnection> GetConnection(Type type) {
   return connection;
 }
 
+std::shared_ptr<StoreConnection> ConnectLater(Type type) {
+  return std::make_shared<StoreConnection>(type);
+}
+
 int BeginTransaction(const std::shared_ptr<StoreConnection>& connection) {
   return connection == nullptr ? NoConnection() : connection->Begin();
 }

@@ -41,6 +41,10 @@ using RowCallback = int (*)(void* context, int columns, char** texts, char** nam
 /// exist, is no regular file, or cannot be opened.
 std::shared_ptr<StoreConnection> GetConnection(Type type);
 
+/// Returns a connection that opens at its first use, and tries again at each use
+/// until it can.
+std::shared_ptr<StoreConnection> ConnectLater(Type type);
+
 /// Creates what is missing of both databases: directories, files, tables and
 /// trigger, and sets the journal mode. A store that comes from elsewhere loses the
 /// triggers and views that are not ours; so does one that is met in a copy's journal

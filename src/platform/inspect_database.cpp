@@ -7,6 +7,7 @@
 
 #include "platform/host_paths.h"
 #include "platform/open_database.h"
+#include "platform/query_rows.h"
 #include "platform/store_tables.h"
 
 namespace DBStore {
@@ -25,12 +26,11 @@ using Shapes = std::map<std::string, std::string>;
 
 /// Returns the first two columns of all rows; false when the query fails.
 bool Query(sqlite3* database, const char* query, Shapes& shapes) {
-  const auto take = [](void* result, int columns, char** texts, char**) {
-    const char* second = columns > 1 && texts[1] != nullptr ? texts[1] : "";
-    if (texts[0] != nullptr) static_cast<Shapes*>(result)->emplace(texts[0], second);
-    return 0;
+  const auto take = [&shapes](int columns, const char* const* texts) {
+    const char* const second = columns > 1 && texts[1] != nullptr ? texts[1] : "";
+    if (texts[0] != nullptr) shapes.emplace(texts[0], second);
   };
-  return sqlite3_exec(database, query, take, &shapes, nullptr) == SQLITE_OK;
+  return QueryRows(database, query, take) == SQLITE_OK;
 }
 
 Shapes ExpectedShapes(Type type) {

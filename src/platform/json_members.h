@@ -58,7 +58,8 @@ class MemberIndex {
   }
 
   void Sort() {
-    for (size_t i = 0; i < count_; ++i) sorted_.push_back(first_ + i);
+    sorted_.resize(count_);  // whole or not at all, also when memory is short
+    for (size_t i = 0; i < count_; ++i) sorted_[i] = first_ + i;
     // Stable: of members with one name the first stays first.
     std::stable_sort(sorted_.begin(), sorted_.end(),
                      [](const Member* a, const Member* b) { return Before(TextOf(a->name), TextOf(b->name)); });

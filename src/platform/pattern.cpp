@@ -10,6 +10,7 @@
 
 #include "platform/host_log.h"
 #include "platform/pattern_size.h"
+#include "platform/per_thread.h"
 
 namespace OrvoConfigStore {
 
@@ -152,11 +153,6 @@ class PatternCache {
   size_t states_ = 0;
 };
 
-PatternCache& ThisThreadsPatterns() {
-  static thread_local PatternCache cache;
-  return cache;
-}
-
 // Returns why the text is not even tried; empty when it is.
 std::string BoundExceeded(const std::string& text, const PatternSize& size) {
   if (text.size() > kMaxPatternBytes) return "longer than " + std::to_string(kMaxPatternBytes) + " bytes";
@@ -168,7 +164,7 @@ std::string BoundExceeded(const std::string& text, const PatternSize& size) {
 }  // namespace
 
 std::shared_ptr<const Pattern> Pattern::Get(const std::string& text, std::string* reason) {
-  PatternCache& cache = ThisThreadsPatterns();
+  PatternCache& cache = HaldenLib::PerThread<PatternCache>::Get();
   if (auto kept = cache.Find(text)) return kept;
   const PatternSize size = MeasurePattern(std::string_view(text).substr(0, kMaxPatternBytes));
   *reason = BoundExceeded(text, size);

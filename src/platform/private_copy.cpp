@@ -3,6 +3,7 @@
 #include "platform/db_store.h"
 #include "platform/host_files.h"
 #include "platform/host_paths.h"
+#include "platform/per_thread.h"
 #include "platform/rehearsal.h"
 #include "platform/store_connection.h"
 
@@ -27,8 +28,7 @@ struct Rehearsal {
 };
 
 Rehearsal& OfThisThread() {
-  static thread_local Rehearsal rehearsal;
-  return rehearsal;
+  return HaldenLib::PerThread<Rehearsal>::Get();
 }
 
 /// Opens a file to copy from. One that nobody has open leaves no trace of that.

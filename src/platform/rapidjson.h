@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "platform/failure.h"
 
@@ -47,3 +48,59 @@ class JsonHeap {
 #include <rapidjson/writer.h>
 
 #include "configstore/json_types.h"
+
+/// What RapidJSON deep-copies an object or array by way of. Its own has its stack in
+/// memory that the library does not check.
+template <>
+class rapidjson::GenericDocument<rapidjson::UTF8<char>, OrvoConfigStore::JsonAllocator, rapidjson::CrtAllocator> {
+  using Value = OrvoConfigStore::JsonValue;
+
+ public:
+  explicit GenericDocument(OrvoConfigStore::JsonAllocator* allocator)
+      : stack_(Heap(), kStack), allocator_(*allocator) {}
+
+  // The functions that the source calls, value by value.
+  bool Null() { return Push(); }
+  bool Bool(bool value) { return Push(value); }
+  bool Int(int value) { return Push(value); }
+  bool Uint(unsigned value) { return Push(value); }
+  bool Int64(int64_t value) { return Push(value); }
+  bool Uint64(uint64_t value) { return Push(value); }
+  bool Double(double value) { return Push(value); }
+  bool Key(const char* text, SizeType length, bool copy) { return String(text, length, copy); }
+  bool String(const char* text, SizeType length, bool copy) {
+    return copy ? Push(text, length, allocator_) : Push(text, length);
+  }
+  bool StartObject() { return Push(kObjectType); }
+  bool EndObject(SizeType count) {
+    typename Value::Member* const members = stack_.Pop<Value::Member>(count);
+    stack_.Top<Value>()->SetObjectRaw(members, count, allocator_);
+    return true;
+  }
+  bool StartArray() { return Push(kArrayType); }
+  bool EndArray(SizeType count) {
+    Value* const elements = stack_.Pop<Value>(count);
+    stack_.Top<Value>()->SetArrayRaw(elements, count, allocator_);
+    return true;
+  }
+
+ private:
+  template <typename, typename>
+  friend class GenericValue;  // takes the copy from the stack
+
+  static constexpr size_t kStack = 1024;
+
+  static OrvoConfigStore::JsonHeap* Heap() {
+    static OrvoConfigStore::JsonHeap heap;
+    return &heap;
+  }
+
+  template <class... Parts>
+  bool Push(Parts&&... parts) {
+    new (stack_.Push<Value>()) Value(std::forward<Parts>(parts)...);
+    return true;
+  }
+
+  internal::Stack<OrvoConfigStore::JsonHeap> stack_;
+  OrvoConfigStore::JsonAllocator& allocator_;
+};

@@ -7,6 +7,7 @@
 #include "platform/db_store.h"
 #include "platform/file_watch.h"
 #include "platform/host_paths.h"
+#include "platform/per_thread.h"
 #include "platform/sql_format.h"
 
 namespace OrvoSchemaStore {
@@ -127,7 +128,8 @@ SchemaStore::SchemaStore() : cache_(std::make_unique<Cache>()) {}
 SchemaStore::~SchemaStore() = default;
 
 std::shared_ptr<SchemaStore> SchemaStore::GetStore() {
-  thread_local const std::shared_ptr<SchemaStore> store = std::make_shared<SchemaStore>();
+  std::shared_ptr<SchemaStore>& store = HaldenLib::PerThread<std::shared_ptr<SchemaStore>>::Get();
+  if (store == nullptr) store = std::make_shared<SchemaStore>();
   return store;
 }
 

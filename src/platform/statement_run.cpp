@@ -150,7 +150,10 @@ int StoreConnection::RunInternal(const Request& request) {
 
 int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) {
   std::optional<StatementUse> use;
-  if (!Acquire(request, lifted, &use)) return 1;
+  if (!Acquire(request, lifted, &use)) {
+    const bool isAnother = LeaveMovedFile() && EnsureOwnHandle();  // it may have been no store
+    if (!isAnother || !Acquire(request, lifted, &use)) return 1;
+  }
   if (BeginsWrite(use->Get()) && !PrepareToWrite(request.timeoutMs, &use)) return 1;
   if (!use.has_value()) {
     const int code = Prepare(lifted->text, &use);

@@ -1,5 +1,6 @@
 #include "platform/store_connection.h"
 
+#include <new>
 #include <utility>
 
 #include "platform/db_failure.h"
@@ -56,7 +57,7 @@ void StoreConnection::Close() {
   notMoved_ = {};
   hasWritten_ = false;
   // What lies at the path by now is another file, whose log must be left alone.
-  if (HasMoved()) sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  if (MayHaveMoved()) sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   database_.reset();
 }
 
@@ -93,10 +94,26 @@ bool StoreConnection::HasMovedBeforeWrite() {
   return false;
 }
 
-/// Leaves a file that is no longer the one at the path, unless work on it is under way.
+/// As HasMoved, for where nothing may be thrown: without the memory to look, it may have.
+bool StoreConnection::MayHaveMoved() const noexcept {
+  try {
+    return HasMoved();
+  } catch (const std::bad_alloc&) {
+    return true;
+  }
+}
+
+/// Leaves a file that is no longer the one at the path, unless work on it is under
+/// way; returns whether it has.
+bool StoreConnection::LeaveMovedFile() {
+  if (database_ == nullptr || running_ > 0 || Levels() > 0 || !HasMoved()) return false;
+  Close();
+  return true;
+}
+
 bool StoreConnection::FollowPath() {
   AbandonInChild();
-  if (database_ != nullptr && running_ == 0 && Levels() == 0 && HasMoved()) Close();
+  LeaveMovedFile();
   return database_ != nullptr || Open(WhenMissing::Record);
 }
 

@@ -73,11 +73,13 @@ class StoreConnection {
  private:
   // store_connection.cpp: the handle
   bool EnsureOwnHandle();
+  bool LeaveMovedFile();
   bool FollowPath();
   void AbandonInChild();
   void Close();
   bool HasMoved() const;
   bool HasMovedBeforeWrite();
+  bool MayHaveMoved() const noexcept;
   bool IsInTransaction() const { return database_ != nullptr && sqlite3_get_autocommit(database_.get()) == 0; }
   void SetBusyTimeout(int timeoutMs);
   bool PrepareToWrite(int timeoutMs, std::optional<StatementUse>* use);
@@ -99,6 +101,7 @@ class StoreConnection {
   int RefuseLost(std::string_view sql);
   void NoteTransaction(bool succeeded);
   bool Undo(int level);
+  bool RunsUndo(int level);
   void PopLevel();
 
   const std::string path_;

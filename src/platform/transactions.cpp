@@ -2,6 +2,7 @@
 // transaction, begun as a writer: one that became a writer later would fail at
 // once where it should wait. The levels above are savepoints, named by depth.
 
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -57,8 +58,22 @@ int StoreConnection::Cancel() {
   return 0;  // what failed before stays on record: a cancel is what follows a failure
 }
 
-/// Returns false only when the level is still open.
+/// Returns false only when the level is still open. Where not even a rollback can
+/// be run, as without memory, the handle is closed, which undoes all levels: the
+/// outer ones are then refused until they are cancelled too.
 bool StoreConnection::Undo(int level) {
+  bool isUndone = false;
+  try {
+    isUndone = RunsUndo(level);
+  } catch (const std::bad_alloc&) {
+    // The handle is closed.
+  }
+  const bool mayClose = running_ == 0 && !isPrivate_;  // a private copy would be gone with it
+  if (!isUndone && IsInTransaction() && mayClose) Close();
+  return isUndone || !IsInTransaction();
+}
+
+bool StoreConnection::RunsUndo(int level) {
   const std::string undo = AtLevel(level, "ROLLBACK", "ROLLBACK TO");
   const bool isUndone = RunInternal({undo}) == 0;
   if (level > 0 && isUndone) {
@@ -66,7 +81,7 @@ bool StoreConnection::Undo(int level) {
     const std::string release = AtLevel(level, "", "RELEASE");
     RunInternal({release});
   }
-  return isUndone || !IsInTransaction();
+  return isUndone;
 }
 
 /// Keeps count of a transaction that statement texts begin and end. When one is

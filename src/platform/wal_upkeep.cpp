@@ -16,6 +16,7 @@
 #include "platform/host_log.h"
 #include "platform/host_paths.h"
 #include "platform/open_database.h"
+#include "platform/query_rows.h"
 #include "platform/store_tables.h"
 
 namespace DBStore {
@@ -33,11 +34,9 @@ int NoteLogLength(void* watch, sqlite3*, const char* database, int length) {
 
 /// Runs a query of one value; returns SQLite's code.
 int QueryText(sqlite3* database, const char* query, std::string* text) {
-  const auto store = [](void* result, int, char** texts, char**) {
-    if (result != nullptr && texts[0] != nullptr) *static_cast<std::string*>(result) = texts[0];
-    return 0;
-  };
-  return sqlite3_exec(database, query, store, text, nullptr);
+  return QueryRows(database, query, [text](int, const char* const* texts) {
+    if (text != nullptr && texts[0] != nullptr) *text = texts[0];
+  });
 }
 
 int64_t PageSize(sqlite3* database) {

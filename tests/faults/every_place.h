@@ -29,7 +29,7 @@ long FailEveryPlace(FaultHost& host, const Part& part, bool reopens, Arm arm, Di
       if (answer.empty()) answer = "(no words)";
     }
     const bool hasStruck = disarm();
-    if (reopens) host.Open();  // a handle that could not be opened stays without a store
+    if (host.store == nullptr) host.Open();
     const int found = part.read(host);
     const bool isNew = answer.empty() || (part.mayFailWhenDone && found == stored + part.step);
     EXPECT_EQ(isNew ? stored + part.step : stored, found) << part.name << ", place " << k << ": " << answer;

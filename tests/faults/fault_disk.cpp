@@ -32,7 +32,9 @@ struct FaultDisk::Calls {
   static int Write(sqlite3_file* file, const void* data, int size, sqlite3_int64 at) {
     const int code = Strike(SQLITE_IOERR_WRITE, true);
     if (code != SQLITE_OK) return code;
-    Note(file, {Change::WRITE, at, std::string(static_cast<const char*>(data), static_cast<size_t>(size))});
+    if (Of(file)->record != nullptr) {  // else no memory is asked for
+      Note(file, {Change::WRITE, at, std::string(static_cast<const char*>(data), static_cast<size_t>(size))});
+    }
     return Methods(file)->xWrite(Real(file), data, size, at);
   }
   static int Truncate(sqlite3_file* file, sqlite3_int64 size) {

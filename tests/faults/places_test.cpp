@@ -116,7 +116,7 @@ std::string Try(FaultHost& host, const Row& row) {
   if (!words.empty()) answer = REFUSED;
   words += " " + LastStorageError().message;
   const bool isQuick = std::chrono::steady_clock::now() - start < std::chrono::seconds(4);
-  host.Close();
+  const auto before = host.store;
   row.repair(at);
   if (answer != row.answer || words.find(row.words) == std::string::npos) {
     return "answer " + std::to_string(answer) + ": " + words;
@@ -127,6 +127,7 @@ std::string Try(FaultHost& host, const Row& row) {
 
   const int found = Parts()[0].read(host);
   if (found != (answer == WORKS ? 2 : 1)) return "found " + std::to_string(found);
+  if (before != nullptr) host.store = before;  // a handle from then works too
   Parts()[0].write(host, 3);
   return Parts()[0].read(host) == 3 ? "" : "cannot write after the repair";
 }

@@ -28,7 +28,8 @@ TempRoot::~TempRoot() {
 std::string TempRoot::Write(const std::string& path, const std::string& content) const {
   const std::string real = Resolve(path);
   fs::create_directories(fs::path(real).parent_path());
-  std::ofstream(real, std::ios::binary) << content;
+  std::ofstream file(real, std::ios::binary);
+  if (!(file << content).flush()) throw std::runtime_error("cannot write " + real);
   return real;
 }
 
