@@ -154,7 +154,8 @@ void StoreConnection::SetBusyTimeout(int timeoutMs) {
 /// of the statement where it replaces the handle or changes the journal's mode.
 bool StoreConnection::PrepareToWrite(int timeoutMs, std::optional<StatementUse>* use) {
   const bool isReading = running_ > 0;  // a row callback writes
-  if (HasMovedBeforeWrite()) {
+  const bool mayNowWrite = !isReading && sqlite3_db_readonly(database_.get(), "main") == 1;
+  if (mayNowWrite || HasMovedBeforeWrite()) {
     if (isReading) return Fail(SQLITE_READONLY_DBMOVED, "the file was replaced while it is read") == 0;
     use->reset();
     Close();

@@ -124,7 +124,6 @@ std::string Try(FaultHost& host, const Row& row) {
   if (!isQuick) return "slow";
   host.Open();
   if (host.store == nullptr) return "no store after the repair";
-
   const int found = Parts()[0].read(host);
   if (found != (answer == WORKS ? 2 : 1)) return "found " + std::to_string(found);
   if (before != nullptr) host.store = before;  // a handle from then works too
