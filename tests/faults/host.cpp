@@ -108,6 +108,12 @@ int ReadSaved(FaultHost& host) {
   return code == SQLITE_OK || code == SQLITE_ERROR ? n : kTorn;
 }
 
+void Stage(FaultHost&, int n) {
+  const std::string data = R"({"n":)" + std::to_string(n) + "}";
+  SetDesiredUserConfig(
+      {ConfigStore::CreateObject(FaultType("single"), data), ConfigStore::CreateObject(FaultType("updated"), data)});
+}
+
 /// A document of two types.
 void WriteImport(FaultHost&, int n) {
   Import(R"({"components": {"faults": {"f": {"imported": )" + Data(n) + R"(, "importedset": [)" + Data(n, "a") + "," +
@@ -136,12 +142,7 @@ const std::vector<Part>& Parts() {
        [](FaultHost& host) { return GenerationOf(Instances(host, "moving"), [](int) { return 1; }); }},
       {"Update", [](FaultHost& host, int n) { host.store->Update(Object("updated", n), {}); },
        [](FaultHost& host) { return GenerationOf(host.store->Get(FaultType("updated"))); }},
-      {"Stage",
-       [](FaultHost&, int n) {
-         const std::string data = R"({"n":)" + std::to_string(n) + "}";
-         SetDesiredUserConfig({ConfigStore::CreateObject(FaultType("single"), data),
-                               ConfigStore::CreateObject(FaultType("updated"), data)});
-       },
+      {"Stage", Stage,
        [](FaultHost&) {
          int first = 0, second = 0;
          for (const auto& object : ListStagedConfig()) {
@@ -158,10 +159,8 @@ const std::vector<Part>& Parts() {
   return parts;
 }
 
-void StageAndApply(FaultHost&, int n) {
-  const std::string data = R"({"n":)" + std::to_string(n) + "}";
-  SetDesiredUserConfig(
-      {ConfigStore::CreateObject(FaultType("single"), data), ConfigStore::CreateObject(FaultType("updated"), data)});
+void StageAndApply(FaultHost& host, int n) {
+  Stage(host, n);
   SetBootMode(BOOTMODE_APPLY);
 }
 
