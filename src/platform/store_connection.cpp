@@ -43,7 +43,8 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
   database_ = OpenDatabase(path_, Access::ReadWrite, whenMissing, &file_);
   if (database_ == nullptr) return false;
   WatchLog(database_.get(), &log_);
-  busyTimeout_ = kBusyTimeout;
+  WaitWhileBusy(database_.get(), &busy_);
+  SetBusyTimeout(kBusyTimeout);
   isLogEnsured_ = false;
   ++handles_;
   return true;
@@ -145,9 +146,7 @@ uint64_t StoreConnection::CurrentState() {
 }
 
 void StoreConnection::SetBusyTimeout(int timeoutMs) {
-  if (timeoutMs == busyTimeout_) return;
-  sqlite3_busy_timeout(database_.get(), timeoutMs);
-  busyTimeout_ = timeoutMs;
+  busy_.timeoutMs = timeoutMs;
 }
 
 /// What precedes every write transaction, also that of a single statement. Lets go

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/busy_wait.h"
 #include "platform/db_store.h"
 #include "platform/file_watch.h"
 #include "platform/open_database.h"
@@ -117,7 +118,7 @@ class StoreConnection {
   FormCache forms_;
   LiftedStatement lifted_;  // memory that is used again
 
-  int busyTimeout_ = kBusyTimeout;
+  BusyWait busy_;
   int running_ = 0;  // statements under way: a row callback may run others
   int handles_ = 0;  // how many have been opened
   LogWatch log_;
