@@ -41,8 +41,15 @@ void Tell(int pipe, int who, Action action) {
   if (write(pipe, &line, sizeof line) != sizeof line) _exit(1);
 }
 
-/// Counts one up in a transaction of its own, which it may never leave.
-bool CountUp(FaultHost& host, int who, bool staysInside) {
+/// Says on the pipe that it is where it is to be, and stays there.
+[[noreturn]] void Stay(int ready) {
+  if (write(ready, "", 1) != 1) _exit(1);
+  for (;;) pause();
+}
+
+/// Counts one up in a transaction of its own, which it never leaves when it is
+/// given a pipe.
+bool CountUp(FaultHost& host, int who, int ready = -1) {
   const std::string name = "w" + std::to_string(who);
   ConfigStoreTransaction transaction(host.store);
   const auto before = host.store->Get(FaultType("moving", name));
@@ -53,7 +60,7 @@ bool CountUp(FaultHost& host, int who, bool staysInside) {
       ConfigStore::CreateObject(FaultType("moving", name), R"({"name":")" + name + R"(","n":)" + number +
                                                                R"(,"pad":")" + Repeated("x", 20000) + "\"}"),
       {});
-  while (staysInside) pause();
+  if (ready >= 0) Stay(ready);
   transaction.Commit();
   return true;
 }
@@ -67,23 +74,32 @@ bool CountUp(FaultHost& host, int who, bool staysInside) {
     } else if (i % 10 == 0) {
       Tell(pipe, who, [&] { return Parts()[1].write(host, who * 1000 + i), true; });
     } else {
-      Tell(pipe, who, [&] { return CountUp(host, who, false); });
+      Tell(pipe, who, [&] { return CountUp(host, who); });
     }
     usleep(1000);
   }
   _exit(0);
 }
 
-/// One that begins to write and is stopped, or to read and holds the log.
+/// One that is stopped in the middle of writing, or of reading and so holds the log.
 pid_t StartStuck(FaultHost& host, bool isReader) {
+  int ready[2];
+  EXPECT_EQ(0, pipe(ready));
   const pid_t child = fork();
-  if (child != 0) return child;
+  if (child != 0) {
+    char byte = 0;
+    close(ready[1]);
+    EXPECT_EQ(1, read(ready[0], &byte, 1)) << "it is not where it is to be";
+    close(ready[0]);
+    kill(child, SIGSTOP);
+    return child;
+  }
   host.Open();
-  if (!isReader) CountUp(host, kWriters, true);
+  if (!isReader) CountUp(host, kWriters, ready[1]);
   const auto connection = DBStore::GetConnection(DBStore::TYPE_STORE);
   RowsOf(connection, "BEGIN;");
   RowsOf(connection, "SELECT count(*) FROM Config;");
-  for (;;) pause();
+  Stay(ready[1]);
 }
 
 TEST(ReadersAndWriters, AreNeverRefusedAndSeeNothingByHalves) {
@@ -93,17 +109,15 @@ TEST(ReadersAndWriters, AreNeverRefusedAndSeeNothingByHalves) {
   int ends[2];
   ASSERT_EQ(0, pipe(ends));
   const pid_t heldReader = StartStuck(host, true);
+  const pid_t inside = StartStuck(host, false);  // everybody waits for it
   std::vector<pid_t> workers;
   for (int who = 0; who < kWriters + kReaders; ++who) {
     workers.push_back(fork());
     if (workers.back() == 0) Work(host, who, writes, ends[1]);
   }
-  const pid_t inside = StartStuck(host, false);
-  kill(inside, SIGSTOP);  // everybody waits for it
   usleep(500000);
   kill(inside, SIGKILL);
-  kill(heldReader, SIGSTOP);
-  usleep(500000);
+  usleep(1000000);
   kill(heldReader, SIGKILL);
   close(ends[1]);
 
@@ -123,6 +137,7 @@ TEST(ReadersAndWriters, AreNeverRefusedAndSeeNothingByHalves) {
   waitpid(heldReader, nullptr, 0);
   std::printf("%ld calls, slowest %ld ms, log at most %ld bytes\n", lines, slowest, log);
   EXPECT_EQ((kWriters + kReaders) * writes, lines);
+  EXPECT_LT(400, slowest) << "nobody has waited for the one that was stopped";
   EXPECT_GT(3000, slowest);
   EXPECT_GT(kMostLog, log);
   host.Open();

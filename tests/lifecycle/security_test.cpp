@@ -126,6 +126,8 @@ TEST(FileFromElsewhere, BringsNoTriggersAndViewsAlong) {
       ASSERT_EQ(SQLITE_OK, sqlite3_exec(database, script.c_str(), nullptr, nullptr, nullptr));
       sqlite3_close(database);
 
+      const auto open = way.take == kWaysIn[1].take ? ConfigStore::GetStore("") : nullptr;
+      if (open != nullptr) open->Get(kTimeSource);
       way.take(host);
       EndAutoConf();
       for (const char* method : {"manual", "ptp"}) {
