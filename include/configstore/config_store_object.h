@@ -93,6 +93,7 @@ class CONFIGSTORE_API ConfigStoreObject final : public WritableObject {
   const char* IdKeyOf(const std::string& key) const;
   void TakeIdMapAndDefaults(const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema);
   JsonValue& PlaceMember(const std::string& key, int type);
+  std::shared_ptr<ConfigStoreObject> HandleOf(const SubObjectId& sid, const JsonNode& step) const;
 
   std::shared_ptr<JsonDoc> idMap_;
   [[maybe_unused]] bool fromSchema_;

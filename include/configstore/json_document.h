@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -17,6 +18,9 @@ struct JsonNode {
   std::string name;     ///< member to step into
   std::string idKey;    ///< when that member is an array: the member that identifies an element
   std::string idValue;  ///< and the value that the wanted element has there
+  /// Where that element was found last, which is looked at first: all the instances
+  /// of a large array can be visited without searching it for each.
+  mutable uint32_t place = 0;
 };
 
 /// A shared handle to one parsed document and a place in it. Handles that share

@@ -1,5 +1,7 @@
 #include "configstore/config_store_object.h"
 
+#include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "configstore/errors.h"
@@ -184,9 +186,13 @@ const char* ConfigStoreObject::IdKeyOf(const std::string& key) const {
 std::shared_ptr<ConfigStoreObject> ConfigStoreObject::MakeSubObjectPtr(const SubObjectId& sid,
                                                                        const std::string& instanceId,
                                                                        const std::string& idKeyName) const {
-  const ConfigStoreObjectId id(sid.key, id_.group, id_.component, instanceId);
-  return std::make_shared<ConfigStoreObject>(id, StepInto(*doc_, {sid.key, idKeyName, instanceId}), nullptr, version_,
-                                             creationTime_, modifiedTime_, false, idMap_, defaults_);
+  return HandleOf(sid, {sid.key, idKeyName, instanceId});
+}
+
+std::shared_ptr<ConfigStoreObject> ConfigStoreObject::HandleOf(const SubObjectId& sid, const JsonNode& step) const {
+  const ConfigStoreObjectId id(sid.key, id_.group, id_.component, step.idValue);
+  return std::make_shared<ConfigStoreObject>(id, StepInto(*doc_, step), nullptr, version_, creationTime_, modifiedTime_,
+                                             false, idMap_, defaults_);
 }
 
 std::shared_ptr<ConfigStoreObject> ConfigStoreObject::GetSubObject(const SubObjectId& sid) const {
@@ -198,8 +204,8 @@ std::shared_ptr<ConfigStoreObject> ConfigStoreObject::GetSubObject(const SubObje
   }
   if (const char* idKey = IdKeyOf(sid.key)) {
     if (sid.instanceId.empty()) Throw("Non-Singleton object should contain instanceId: " + sid.toString());
-    if (FindInstanceIndex(*member, idKey, sid.instanceId) < 0) return nullptr;
-    return MakeSubObjectPtr(sid, sid.instanceId, idKey);
+    const int index = FindInstanceIndex(*member, idKey, sid.instanceId);
+    return index < 0 ? nullptr : HandleOf(sid, {sid.key, idKey, sid.instanceId, static_cast<uint32_t>(index)});
   }
   if (!member->IsObject()) {
     throw InvalidArgumentException(CS_GENERAL, ("Not a singleton SubObject: " + sid.toString()).c_str());
@@ -226,7 +232,7 @@ std::shared_ptr<ConfigStoreObject> ConfigStoreObject::CreateSubObject(const SubO
   JsonValue element(rapidjson::kObjectType);
   element.AddMember(TextValue(idKey, allocator), TextValue(sid.instanceId, allocator), allocator);
   elements.PushBack(element, allocator);
-  return MakeSubObjectPtr(sid, sid.instanceId, idKey);
+  return HandleOf(sid, {sid.key, idKey, sid.instanceId, elements.Size() - 1});
 }
 
 JsonValue& ConfigStoreObject::PlaceMember(const std::string& key, int type) {
@@ -270,12 +276,13 @@ std::vector<std::shared_ptr<ConfigStoreObject>> ConfigStoreObject::GetSubObjectI
     LogMissing(CSLogger::LOG_PRIORITY_TRACE, "GetSubObjectInstances", sid.key);
     return instances;
   }
+  uint32_t place = 0;
   for (const JsonValue& element : elements->GetArray()) {
     const JsonValue* identifier = FindValue(element, idKey);
     if (identifier == nullptr || !identifier->IsString()) {
       ThrowException<ConfigStoreException>(CS_KEY_VALUE_INVALID, idKey);
     }
-    instances.push_back(MakeSubObjectPtr(sid, std::string(TextOf(*identifier)), idKey));
+    instances.push_back(HandleOf(sid, {sid.key, idKey, std::string(TextOf(*identifier)), place++}));
   }
   return FilterConfigStoreObjects(instances, filter);
 }
@@ -285,9 +292,22 @@ void ConfigStoreObject::DeleteSubObjectInstances(const std::shared_ptr<FilterSpe
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "%s called with no filter spec object", "DeleteSubObjectInstances");
     return;
   }
+  const std::string& key = filter->GetId().key;
+  std::unordered_map<std::string, size_t> doomed;  // how many of each identifier
   for (const auto& instance : GetSubObjectInstances(filter)) {
-    DeleteSubObject(SubObjectId(filter->GetId().key, instance->GetId().instanceId));
+    LogCall("DeleteSubObject", SubObjectId(key, instance->GetId().instanceId));
+    ++doomed[instance->GetId().instanceId];
   }
+  if (doomed.empty()) return;
+  const char* const idKey = IdKeyOf(key);
+  const auto isDoomed = [&](const JsonValue& element) {
+    const auto found = doomed.find(std::string(TextOf(*FindValue(element, idKey))));
+    return found != doomed.end() && found->second > 0 && found->second-- > 0;
+  };
+  JsonValue& object = *doc_->GetJsonValuePtr();
+  JsonValue& elements = *FindValue(object, key);
+  elements.Erase(std::remove_if(elements.Begin(), elements.End(), isDoomed), elements.End());
+  if (elements.Empty()) object.EraseMember(key.c_str());
 }
 
 }  // namespace OrvoConfigStore

@@ -31,14 +31,21 @@ std::shared_ptr<JsonDoc> ParseDocument(const std::string& text) {
   return nullptr;
 }
 
+bool IsInstance(const JsonValue& element, const JsonNode& step) {
+  const JsonValue* identifier = element.IsObject() ? FindValue(element, step.idKey) : nullptr;
+  return identifier != nullptr && identifier->IsString() && TextOf(*identifier) == step.idValue;
+}
+
 JsonValue& FindInstance(JsonValue& elements, const JsonNode& step) {
+  if (step.place < elements.Size() && IsInstance(elements[step.place], step)) return elements[step.place];
   const int index = FindInstanceIndex(elements, step.idKey, step.idValue);
   if (index < 0) {
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Cannot find subobject instance %s=%s", step.idKey.c_str(),
                   step.idValue.c_str());
     throw ConfigStoreException(CS_GENERAL, "Subobject instance does not exists.");
   }
-  return elements[static_cast<rapidjson::SizeType>(index)];
+  step.place = static_cast<uint32_t>(index);
+  return elements[step.place];
 }
 
 }  // namespace

@@ -89,6 +89,23 @@ TEST(SubObjects, OutliveTheirObjectAndFailOnceTheyAreRemoved) {
   EXPECT_EQ("2000 Subobject instance does not exists.", Thrown([&] { link->GetData(); }));
 }
 
+TEST(SubObjects, AreFoundWhereverTheirArrayHasThem) {
+  TestStore store;
+  const auto object = Stack(R"({"link":[{"name":"a"},{"name":"b"},{"name":"c"},{"name":"d"}]})");
+  const auto links =
+      object->GetSubObjectInstances(std::make_shared<FilterSpecObject>("link", "ipstack", "netd", nullptr));
+  const auto last = object->GetSubObject(Sub("link", "d"));
+  object->DeleteSubObjectInstances(
+      std::make_shared<FilterSpecObject>(ConfigStoreObjectId("link", "ipstack", "netd", "b")));
+  object->DeleteSubObject(Sub("link", "a"));
+  object->CreateSubObject(Sub("link", "a"))->SetValue("mtu", 1);
+  std::string found;
+  for (const size_t i : {0, 2, 3}) found += links[i]->GetData();
+  EXPECT_EQ(R"({"name":"a","mtu":1}{"name":"c"}{"name":"d"})", found);
+  EXPECT_EQ(R"({"name":"d"})", last->GetData());
+  EXPECT_NE("", Thrown([&] { links[1]->GetData(); }));
+}
+
 TEST(ConfigStoreObject, FallsBackToDefaultsAlsoInSubObjects) {
   TestStore store;
   const auto object = Stack(R"({"hostname":"n","routing":{},"link":[{"name":"eth0"}]})");
