@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <iterator>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,6 +16,9 @@
 
 inline const std::string kExamples = CONFIGSTORE_EXAMPLES;
 inline const std::string kNetd = "netd/ipstack/stack_settings", kUser = "accessd/local/user_account";
+
+inline const std::string kClock = "clockd/sync/time_source";
+inline const std::string kStoreFile = "/etc/halden/configstore/current-store-1";
 
 inline std::string Schema(const std::string& package, const std::string& type) {
   return kExamples + "/components/" + package + "/schema/" + type + ".json";
@@ -50,9 +56,55 @@ inline void Expect(const Case& row, const Outcome& outcome) {
   }
 }
 
+/// Returns a text with what stands for its names: $net, $user and $clock are types, $objects and
+/// $components folders of the examples.
+inline std::string Filled(std::string text) {
+  const std::pair<std::string, std::string> kNames[] = {{"$net", kNetd},
+                                                        {"$user", kUser},
+                                                        {"$clock", kClock},
+                                                        {"$objects", kExamples + "/objects"},
+                                                        {"$components", kExamples + "/components"}};
+  for (const auto& [name, filled] : kNames) {
+    for (size_t at = 0; (at = text.find(name, at)) != std::string::npos; at += filled.size()) {
+      text.replace(at, name.size(), filled);
+    }
+  }
+  return text;
+}
+
+/// A command line, its words parted by blanks, and what it must do, as in a Case.
+struct Row {
+  std::string line, input;
+  int exit;
+  std::vector<std::string> shown;
+};
+
 /// A host of its own, without a store.
 class EmptyHost : public testing::TestWithParam<Case> {
  protected:
+  Outcome Csctl(const std::string& line, const std::string& input = "") {
+    std::istringstream words(Filled(line));
+    return Run({std::istream_iterator<std::string>(words), {}}, input);
+  }
+  std::string Printed(const std::string& line, const std::string& input = "") { return Csctl(line, input).out; }
+  void Check(const Row& row) {
+    SCOPED_TRACE("csctl " + row.line);
+    Case filled{"", {}, "", row.exit, {}};
+    for (const std::string& part : row.shown) filled.shown.push_back(Filled(part));
+    ::Expect(filled, Csctl(row.line, row.input));
+  }
+  /// Runs each row on the host as it is now.
+  void ExpectEach(const std::vector<Row>& rows) {
+    namespace fs = std::filesystem;
+    const fs::path root = root_.Path(), kept = root_.Path() + ".kept";
+    fs::copy(root, kept, fs::copy_options::recursive);
+    for (const Row& row : rows) {
+      fs::remove_all(root);
+      fs::copy(kept, root, fs::copy_options::recursive);
+      Check(row);
+    }
+    fs::remove_all(kept);
+  }
   Outcome Run(const std::vector<std::string>& arguments, const std::string& input = "") {
     return RunCsctl(root_.Path(), arguments, input);
   }
@@ -63,11 +115,12 @@ class EmptyHost : public testing::TestWithParam<Case> {
 class StockedHost : public EmptyHost {
  protected:
   void SetUp() override {
-    ASSERT_EQ(0, Run({"init"}).exit);
-    ASSERT_EQ(0, Run({"schema", "add", Schema("netd", "stack_settings"), Schema("accessd", "user_account"),
-                      Schema("clockd", "time_source")})
-                     .exit);
-    ASSERT_EQ(0, Run({"set", kNetd, "-f", Object("stack_settings")}).exit);
-    ASSERT_EQ(0, Run({"set", kUser + "@dora", "-f", Object("user_account")}).exit);
+    for (const char* line :
+         {"init",
+          "schema add $components/netd/schema/stack_settings.json $components/accessd/schema/user_account.json "
+          "$components/clockd/schema/time_source.json",
+          "set $net -f $objects/stack_settings.json", "set $user@dora -f $objects/user_account.json"}) {
+      ASSERT_EQ(0, Csctl(line).exit) << line;
+    }
   }
 };

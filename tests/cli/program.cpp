@@ -39,7 +39,6 @@ int Spawn(const std::string& root, std::vector<std::string> arguments, const int
 
 int OpenSink(Sink sink, const std::string& path) {
   if (sink == Sink::kFile) return open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600);
-  if (sink == Sink::kFullDisk) return open("/dev/full", O_WRONLY | O_CLOEXEC);
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return -1;
   close(ends[0]);

@@ -10,8 +10,8 @@ struct Outcome {
   std::string err;
 };
 
-/// Where a run's standard output goes; all but the first leave `out` empty.
-enum class Sink { kFile, kFullDisk, kClosedPipe };
+/// Where a run's standard output goes; a pipe without a reader leaves `out` empty.
+enum class Sink { kFile, kClosedPipe };
 
 /// Runs csctl under `root` with `arguments`, `input` on its standard input.
 Outcome RunCsctl(const std::string& root, const std::vector<std::string>& arguments, const std::string& input = "",

@@ -84,13 +84,16 @@ TEST(LoadStore, RunsWhatTheHostSwitchesOn) {
   }
 }
 
-TEST(LoadStore, GoesOnWithoutAFileTracker) {
+TEST(LoadStore, GoesOnWithoutAFileTrackerAndBeginsTheBootPhase) {
+  const char kState[] = "SELECT group_concat(Key || '=' || Value, ' ') FROM (SELECT * FROM KVTable ORDER BY Key);";
   const TestHost host;
   LoadStore(false);
   EXPECT_TRUE(host.Logged("[1102]HaldenKernel_ForkExec failed, errno: No such file or directory") ||
               host.Logged("[1104]Child process terminated with exit value: "));
   EXPECT_TRUE(host.Logged("CleanupRestoredFiles failed"));
-  EXPECT_TRUE(IsBoot());
+  EXPECT_EQ("APPLY_BOOT=false IS_BOOT=true", host.Query(kState));
+  EndAutoConf();
+  EXPECT_EQ("APPLY_BOOT=false IS_BOOT=", host.Query(kState));
 }
 
 // Each step that fails changes nothing, and the next load makes up for it. The first two clean up.

@@ -1,4 +1,4 @@
-// What a boot load makes of each kind of backup, and of what lies beside the store.
+// What a boot load makes of each kind of backup, and by which commands.
 
 #include <signal.h>
 #include <sqlite3.h>
@@ -20,9 +20,6 @@ const char kInconsistent[] =
     "ConfigStore backup [/var/lib/halden/configstore/backup/current-store-1] is inconsistent, creating new "
     "ConfigStore.";
 const char kAddOther[] = "INSERT INTO KVTable(Key) VALUES('other');";
-const std::string kSpill =
-    "PRAGMA journal_mode=DELETE; PRAGMA cache_size=1; PRAGMA cache_spill=1; BEGIN; DELETE FROM KVTable; INSERT INTO "
-    "KVTable(Key, Value) SELECT 'other', zeroblob(1000000);";
 
 // A host whose backup holds the key "backup" and whose store the key "lost".
 struct RestoringHost : TestHost {
@@ -62,9 +59,6 @@ const struct { const char* name; void (*spoil)(Host); const char *keys, *logged;
      }, "backup", "ConfigStore backup [/var/lib/halden/configstore/firstbootBackup/current-store-1] is valid."},
     {"beside one of the first boot", [](Host h) { h.root.Write(HaldenLib::kFirstBootBackupFile, "bad"); }, "backup",
      kValid},
-    {"truncated", [](Host h) { h.Cut(kBackup, 6000); }, "-", kInconsistent},
-    {"cut to nothing", [](Host h) { h.Cut(kBackup, 0); }, "-", kInconsistent},
-    {"zeroed", [](Host h) { h.root.Write(kBackup, std::string(65536, '\0')); }, "-", kInconsistent},
     {"damaged", [](Host h) { h.root.Write(kBackup, h.root.Read(kBackup).substr(0, 8192) + Repeated("\x7f", 65536)); },
      "-", kInconsistent},
     {"foreign", [](Host h) { h.Cut(kBackup, 0); h.RunAndDie(kBackup, "CREATE TABLE Config(Name);", ""); }, "-",
@@ -72,10 +66,6 @@ const struct { const char* name; void (*spoil)(Host); const char *keys, *logged;
     {"directory", [](Host h) { h.Remove(kBackup); fs::create_directories(h.root.Resolve(kBackup)); }, "-",
      kInconsistent},
     {"read-only", [](Host h) { fs::permissions(h.root.Resolve(kBackup), fs::perms::owner_read); }, "backup", kValid},
-    {"with its log", [](Host h) {
-       h.RunAndDie(kBackup, "PRAGMA journal_mode=WAL; INSERT INTO KVTable(Key) VALUES('log');", "-wal");
-     }, "backup,log", kValid},
-    {"with a hot journal", [](Host h) { h.RunAndDie(kBackup, kSpill, "-journal"); }, "backup", kValid},
 };
 // clang-format on
 
@@ -103,28 +93,6 @@ TEST(Restore, TakesALogAlongThatAReaderKeepsOutOfTheBackup) {
   LoadStore(true);
   EXPECT_EQ("backup,log", host.Keys());
   sqlite3_close(reader);
-}
-
-// What was left beside the store by others is never played into the restored file.
-TEST(Restore, SideFilesGoWithTheStoreTheyBelongTo) {
-  void (*const leave[])(Host) = {
-      [](Host h) { h.RunAndDie(kStore, kAddOther, "-wal"); },
-      [](Host h) { h.RunAndDie(kStore, kSpill, "-journal"); },
-      [](Host h) {
-        h.RunAndDie(kStore, kAddOther, "-wal");
-        h.Remove(kStore);
-      },
-  };
-  for (const auto& leaveSideFiles : leave) {
-    for (const bool hasBackup : {true, false}) {
-      const RestoringHost host;
-      if (!hasBackup) host.Remove(kBackup);
-      leaveSideFiles(host);
-      LoadStore(true);
-      EXPECT_EQ(hasBackup ? "backup" : "-", host.Keys());
-      EXPECT_EQ("ok", host.Query("PRAGMA integrity_check;"));
-    }
-  }
 }
 
 // Whether the host's rm and cp work, and what is in the store then.

@@ -172,17 +172,4 @@ TEST_F(StoreFiles, ConnectionIsNotReplacedUnderItsOwnReading) {
   EXPECT_EQ("restored new", host_.StoredKeys());
 }
 
-TEST_F(StoreFiles, ConnectionWhoseFileIsGoneFailsUntilThereIsOneAgain) {
-  const Connection connection = host_.Connect();
-  ASSERT_EQ(0, host_.Put(connection, "old"));
-  Remove();
-  EXPECT_EQ(1, host_.Put(connection, "lost"));
-  EXPECT_EQ(1, BeginTransaction(connection));
-  EXPECT_EQ(2, CancelTransaction(connection));
-  EXPECT_EQ(SQLITE_CANTOPEN, LastFailure().code);
-  Replace("restored");
-  EXPECT_EQ(0, host_.Put(connection, "new"));
-  EXPECT_EQ("restored new", host_.StoredKeys());
-}
-
 }  // namespace

@@ -21,46 +21,14 @@ std::string RandomValue(std::mt19937& random) {
 }  // namespace
 
 TEST(PlainPatterns, MatchWhatTheStandardLibraryMatches) {
+  // clang-format off
   const char* patterns[] = {
-      "[a-z0-9-]+",
-      "[-a]*z",
-      "[^-a]+",
-      "[^a-z]*",
-      "a|b|ab*",
-      "^(a|b)*$",
-      "^a|b$",
-      "(?:a|bz?){2}-?",
-      "((a*)*b)*",
-      "(a|b-?){0,3}",
-      "a{2,}",
-      "[ab]{3}",
-      "a{0}b",
-      "(a?b?){2}",
-      "(a|ab)(b|z)?",
-      ".*",
-      "a.b",
-      "\\d+\\.\\d*",
-      "[\\d.]+",
-      "[\\w-]+",
-      "[\\S]+",
-      "\\W+",
-      "\\D{1,2}",
-      "[^\\s]*",
-      "\\s*",
-      "a+?b??",
-      "a\\-b",
-      "[a\\-z]+",
-      "[\\]\\\\^$]+",
-      "[.]+",
-      "(([ab]|-)+[.z])*",
-      "[a-b_-]{1,4}",
-      "a-b",
-      "[ -~]*",
-      "[\\-.]+",
-      "[a^]+",
-      "(a{2}){2}",
-      "(a|b){2,3}?",
+      "[a-z0-9-]+", "[-a]*z", "[^-a]+", "[^a-z]*", "a|b|ab*", "^(a|b)*$", "^a|b$", "(?:a|bz?){2}-?", "((a*)*b)*",
+      "(a|b-?){0,3}", "a{2,}", "[ab]{3}", "a{0}b", "(a?b?){2}", "(a|ab)(b|z)?", ".*", "a.b", "\\d+\\.\\d*", "[\\d.]+",
+      "[\\w-]+", "[\\S]+", "\\W+", "\\D{1,2}", "[^\\s]*", "\\s*", "a+?b??", "a\\-b", "[a\\-z]+", "[\\]\\\\^$]+",
+      "[.]+", "(([ab]|-)+[.z])*", "[a-b_-]{1,4}", "a-b", "[ -~]*", "[\\-.]+", "[a^]+", "(a{2}){2}", "(a|b){2,3}?",
   };
+  // clang-format on
   std::mt19937 random;
   for (const char* pattern : patterns) {
     const auto automaton = PatternAutomaton::Build(pattern);
@@ -75,44 +43,13 @@ TEST(PlainPatterns, MatchWhatTheStandardLibraryMatches) {
 
 // Rejected by the standard library, read differently by it, or too large.
 TEST(OtherPatterns, AreLeftToTheStandardLibrary) {
+  // clang-format off
   const char* patterns[] = {
-      "",
-      "a||b",
-      "()",
-      "(",
-      "a)",
-      "a**",
-      "a{2}{3}",
-      "a{,3}",
-      "a{3,2}",
-      "{",
-      "a]",
-      "a}",
-      "[]",
-      "[a",
-      "[b-a]",
-      "[a-z-9]",
-      "[\\d-z]",
-      "[[:alpha:]]",
-      "[[]",
-      "(?=a)",
-      "(a)\\1",
-      "\\bab",
-      "\\x41",
-      "\\cA",
-      "a^b",
-      "a$b",
-      "(^a)",
-      "a\\",
-      "*a",
-      "a{65}",
-      "([ab]{9}){9}",
-      "\xc3\xa4",
-      "[\\b]",
-      "((((((((((((((((((a))))))))))))))))))",
-      "a\nb",
-      "[--a]",
-      "[+--]",
+      "", "a||b", "()", "(", "a)", "a**", "a{2}{3}", "a{,3}", "a{3,2}", "{", "a]", "a}", "[]", "[a", "[b-a]",
+      "[a-z-9]", "[\\d-z]", "[[:alpha:]]", "[[]", "(?=a)", "(a)\\1", "\\bab", "\\x41", "\\cA", "a^b", "a$b", "(^a)",
+      "a\\", "*a", "a{65}", "([ab]{9}){9}", "\xc3\xa4", "[\\b]", "((((((((((((((((((a))))))))))))))))))", "a\nb",
+      "[--a]", "[+--]",
   };
+  // clang-format on
   for (const char* pattern : patterns) EXPECT_FALSE(PatternAutomaton::Build(pattern).has_value()) << pattern;
 }

@@ -1,6 +1,5 @@
 #include "platform/pattern.h"
 
-#include "platform/pattern_size.h"
 #include "support/test_store.h"
 
 using OrvoConfigStore::Pattern;
@@ -67,24 +66,6 @@ TEST(Patterns, ThatTakeTooManyStepsAreGivenUpWithALogLine) {
   EXPECT_EQ("no", Match("(?:" + Repeated("(?=)", 800) + "a)*", Repeated("a", 1000)));
   EXPECT_EQ("no", Match("(?:(?:" + Repeated("|", 3000) + ")a)*", Repeated("a", 10000)));
   EXPECT_EQ(3u, log.RawLines().size());
-}
-
-// clang-format off
-const struct { const char* pattern; size_t states, nesting; } kSizeCases[] = {
-    {"abc", 3, 0},      {"a|b", 6, 0},     {"(a)", 4, 1},      {"(?:a)((b))", 11, 2}, {"a*b+?", 8, 0}, {"ab{3}", 7, 0},
-    {"a{2,5}", 20, 0},  {"a{2,}", 14, 0},  {"(ab){2}", 17, 1}, {"(?=a)(?!b)", 8, 1},  {"\\(\\[\\|", 3, 0},
-    {"\\c(\\c[(", 5, 1}, {"[(|]*", 3, 0},  {"[\\](]", 1, 0},   {"[[:a:](]", 1, 0},    {"[[=]=](]", 1, 0},
-    {"[[](", 4, 1},     {"[\\c](]", 1, 0},
-    {"a{1000}{1000}", 1004005, 0}, {"a{999999999}{999999999}{999999999}", size_t{1} << 30, 0},
-};
-// clang-format on
-
-TEST(Patterns, SizeCountsWhatRepeatsWriteOut) {
-  for (const auto& row : kSizeCases) {
-    const OrvoConfigStore::PatternSize size = OrvoConfigStore::MeasurePattern(row.pattern);
-    EXPECT_EQ(row.states, size.states) << row.pattern;
-    EXPECT_EQ(row.nesting, size.nesting) << row.pattern;
-  }
 }
 
 const char kDeep[] = "nested deeper than 256 levels", kLarge[] = "larger than 16384 states";
