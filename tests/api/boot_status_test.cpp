@@ -4,13 +4,11 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-// Puts an object's user part, desired value and success flag in place by hand.
-void Put(TestStore& store, const ConfigStoreObjectId& id, const std::string& user, const std::string& desired,
-         int success) {
+// Puts an object's user part, desired value and success flag in place; "-" is none.
+void Put(const ConfigStoreObjectId& id, const std::string& user, const std::string& desired, int success) {
   const auto literal = [](const std::string& text) { return text == "-" ? "null" : "'" + text + "'"; };
-  store.Run("INSERT INTO Config(Component, ConfigGroup, Name, Identifier, UserValue, DesiredValue, Success) VALUES('" +
-            id.component + "','" + id.group + "','" + id.key + "','" + id.instanceId + "'," + literal(user) + "," +
-            literal(desired) + "," + std::to_string(success) + ");");
+  PutRow(id, "UserValue, DesiredValue, Success",
+         literal(user) + "," + literal(desired) + "," + std::to_string(success));
 }
 
 std::string Rows(TestStore& store) {
@@ -34,9 +32,9 @@ TEST(BootStatus, ConfirmsWhatIsPending) {
   for (const auto& row : kStatusCases) {
     SCOPED_TRACE(row.rows);
     TestStore store;
-    Put(store, kTimeSource, "new", "-", 0);
-    Put(store, UserAccount("a"), "new", "-", 0);
-    Put(store, UserAccount("b"), "old", "desired", 1);
+    Put(kTimeSource, "new", "-", 0);
+    Put(UserAccount("a"), "new", "-", 0);
+    Put(UserAccount("b"), "old", "desired", 1);
     store.Root().Write("/etc/halden/features", row.features);
     SetBootStatus(row.id, row.success);
     EXPECT_EQ(row.rows, Rows(store));
@@ -65,7 +63,7 @@ const struct { const char *user, *desired; int success; const char *part, *after
 TEST(PartialBootStatus, ConfirmsThePartAndKeepsTheRest) {
   for (const auto& row : kPartCases) {
     TestStore store;
-    Put(store, kTimeSource, row.user, row.desired, row.success);
+    Put(kTimeSource, row.user, row.desired, row.success);
     SetPartialBootStatus(ConfigStore::CreateObject(kTimeSource, row.part));
     EXPECT_EQ(row.after, store.Query("SELECT UserValue, DesiredValue, Success FROM Config;"));
   }
@@ -73,7 +71,7 @@ TEST(PartialBootStatus, ConfirmsThePartAndKeepsTheRest) {
 
 TEST(PartialBootStatus, OfOneInstanceLeavesTheOthers) {
   TestStore store;
-  for (const char* id : {"a", "b"}) Put(store, UserAccount(id), R"({"login":"x","uid":1,"shell":"/bin/s"})", "-", 0);
+  for (const char* id : {"a", "b"}) Put(UserAccount(id), R"({"login":"x","uid":1,"shell":"/bin/s"})", "-", 0);
   SetPartialBootStatus(ConfigStore::CreateObject(UserAccount("b"), R"({"login":"x","uid":1})"));
   EXPECT_EQ(R"(user_account a {"login":"x","uid":1,"shell":"/bin/s"} - 0; )"
             R"(user_account b {"login":"x","uid":1} {"login":"x","uid":1,"shell":"/bin/s"} 1)",
@@ -83,7 +81,7 @@ TEST(PartialBootStatus, OfOneInstanceLeavesTheOthers) {
 TEST(PartialBootStatus, ThatIsRefusedChangesNothing) {
   TestStore store;
   LogCapture log(store.Root());
-  Put(store, kTimeSource, R"({"method":"ntp"})", "-", 0);
+  Put(kTimeSource, R"({"method":"ntp"})", "-", 0);
   const std::string before = Rows(store);
   const auto confirm = [](const ConfigStoreObjectId& id, const char* part) {
     return Thrown([&] { SetPartialBootStatus(ConfigStore::CreateObject(id, part)); });
@@ -104,7 +102,7 @@ TEST(PartialBootStatus, ThatIsRefusedChangesNothing) {
 TEST(PartialBootStatus, OfASecretTakesTheMaskForThePendingOne) {
   TestStore store;
   const std::string account = R"({"login":"x","uid":1,"password_hash":")";
-  Put(store, UserAccount("a"), account + "new\"}", "-", 0);
+  Put(UserAccount("a"), account + "new\"}", "-", 0);
   SetPartialBootStatus(ConfigStore::CreateObject(UserAccount("a"), account + kSecretMask + "\"}"));
   EXPECT_EQ(account + "new\"} - 1", store.Query("SELECT UserValue, DesiredValue, Success FROM Config;"));
 }

@@ -1,9 +1,3 @@
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include "configstore/watch.h"
-#include "platform/host_paths.h"
 #include "support/test_store.h"
 
 using namespace OrvoConfigStore;
@@ -19,65 +13,61 @@ std::string Polled(ConfigWatcher& watcher) {
   return text;
 }
 
-const std::string kUpdateUser = "UPDATE Config SET ";
-const std::string kWhereA = " WHERE Identifier='a';";
-
-struct WatchCase {
-  const char* name;
-  std::string sql;
-  const char* everything;
-  const char* account;  // what a watcher of the account "a" alone reports
+// A change, and what a watcher of everything reports of it, and one of the account "a" alone.
+// clang-format off
+const std::string kSet = "UPDATE Config SET ", kOfA = " WHERE Identifier='a';";
+const char kChangedA[] = "*user_account@a", kDeletedA[] = "-user_account@a";
+const struct { std::string sql; const char *everything, *account; } kWatchCases[] = {
+    {"UPDATE KVTable SET Value='x';", "", ""},
+    {kSet + "UserValue=UserValue" + kOfA, "", ""},
+    {kSet + "UserValue='{}'" + kOfA, kChangedA, kChangedA},
+    {kSet + "VitalValue=UserValue, UserValue=VitalValue" + kOfA, kChangedA, kChangedA},
+    {kSet + "DesiredValue='{}'" + kOfA, kChangedA, kChangedA},
+    {kSet + "CachedValue=''" + kOfA, kChangedA, kChangedA},
+    {kSet + "Success=0" + kOfA, kChangedA, kChangedA},
+    {"DELETE FROM Config;", "-user_account@a -user_account@b -time_source@", kDeletedA},
+    {kSet + "Identifier='c'" + kOfA, "-user_account@a +user_account@c", kDeletedA},
+    {kSet + "UserValue='{}' WHERE Identifier='b';", "*user_account@b", ""},
 };
+// clang-format on
 
-const WatchCase kWatchCases[] = {
-    {"Nothing", "UPDATE KVTable SET Value='x';", "", ""},
-    {"SameAgain", kUpdateUser + "UserValue=UserValue" + kWhereA, "", ""},
-    {"Value", kUpdateUser + "UserValue='{}'" + kWhereA, "*user_account@a", "*user_account@a"},
-    {"LayerMoves", kUpdateUser + "VitalValue=UserValue, UserValue=VitalValue" + kWhereA, "*user_account@a",
-     "*user_account@a"},
-    {"Desired", kUpdateUser + "DesiredValue='{}'" + kWhereA, "*user_account@a", "*user_account@a"},
-    {"EmptyIsNotUnset", kUpdateUser + "CachedValue=''" + kWhereA, "*user_account@a", "*user_account@a"},
-    {"Confirmation", kUpdateUser + "Success=0" + kWhereA, "*user_account@a", "*user_account@a"},
-    {"Deleted", "DELETE FROM Config;", "-user_account@a -user_account@b -time_source@", "-user_account@a"},
-    {"Renamed", kUpdateUser + "Identifier='c'" + kWhereA, "-user_account@a +user_account@c", "-user_account@a"},
-    {"OtherInstance", kUpdateUser + "UserValue='{}' WHERE Identifier='b';", "*user_account@b", ""},
-};
-
-class Watcher : public testing::TestWithParam<WatchCase> {
- protected:
-  void SetUp() override {
-    for (const char* name : {"a", "b"}) store_.Set(UserAccount(name), R"({"login":"a","uid":1})");
-    store_.Set(kTimeSource, R"({"method":"manual"})");
+class WatchedStore : public TestStore {
+ public:
+  WatchedStore() {
+    for (const char* name : {"a", "b"}) Set(UserAccount(name), R"({"login":"a","uid":1})");
+    Set(kTimeSource, R"({"method":"manual"})");
   }
-  TestStore store_;
 };
-using WatcherOfAStore = Watcher;
 
 }  // namespace
 
-TEST_P(Watcher, ReportsRowsThatAreNotWhatTheyWere) {
-  ConfigWatcher everything, account({UserAccount("a")}), twice({UserAccount("a"), UserAccount("a")});
-  EXPECT_EQ("", Polled(everything)) << "what is stored already is no change";
-  store_.Run(GetParam().sql);
-  EXPECT_EQ(GetParam().everything, Polled(everything));
-  EXPECT_EQ(GetParam().account, Polled(account));
-  EXPECT_EQ(GetParam().account, Polled(twice));
-  EXPECT_EQ("", Polled(everything)) << "told once";
+TEST(Watcher, ReportsRowsThatAreNotWhatTheyWere) {
+  for (const auto& row : kWatchCases) {
+    SCOPED_TRACE(row.sql);
+    WatchedStore store;
+    ConfigWatcher everything, account({UserAccount("a")}), twice({UserAccount("a"), UserAccount("a")});
+    EXPECT_EQ("", Polled(everything)) << "what is stored already is no change";
+    store.Run(row.sql);
+    EXPECT_EQ(row.everything, Polled(everything));
+    EXPECT_EQ(row.account, Polled(account));
+    EXPECT_EQ(row.account, Polled(twice));
+    EXPECT_EQ("", Polled(everything)) << "told once";
+  }
 }
-INSTANTIATE_TEST_SUITE_P(Rows, Watcher, testing::ValuesIn(kWatchCases),
-                         [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(WatcherOfAStore, SelectsByPrefix) {
+TEST(Watcher, SelectsByPrefix) {
+  WatchedStore store;
   ConfigWatcher component({{"", "", "clockd"}}), type({UserAccount("")}), quoted({{"", "", "o'b"}});
-  store_.Run("UPDATE Config SET UserValue='{}';");
+  store.Run("UPDATE Config SET UserValue='{}';");
   EXPECT_EQ("*time_source@", Polled(component));
   EXPECT_EQ("*user_account@a *user_account@b", Polled(type));
   EXPECT_EQ("", Polled(quoted));
 }
 
-TEST_F(WatcherOfAStore, WaitsForAStoreThatIsGone) {
+TEST(Watcher, WaitsForAStoreThatIsGone) {
+  WatchedStore store;
   ConfigWatcher watcher;
-  const std::string file = store_.Root().Resolve(HaldenLib::kStoreFile);
+  const std::string file = store.Root().Resolve(HaldenLib::kStoreFile);
   for (const char* suffix : {"", "-wal", "-shm"}) rename((file + suffix).c_str(), (file + "-gone" + suffix).c_str());
   EXPECT_EQ("", Polled(watcher)) << "none is there to compare with";
   CreateDatabases();
@@ -85,22 +75,20 @@ TEST_F(WatcherOfAStore, WaitsForAStoreThatIsGone) {
   EXPECT_EQ("-user_account@a -time_source@", Polled(watcher)) << "b is what it was";
 }
 
-TEST_F(WatcherOfAStore, WorksOnInAForkedChild) {
+TEST(Watcher, WorksOnInAForkedChild) {
+  WatchedStore store;
   ConfigWatcher watcher;
-  store_.Run("DELETE FROM Config WHERE Identifier='a';");
-  const pid_t child = fork();
-  if (child == 0) _exit(Polled(watcher) == "-user_account@a" ? 0 : 1);
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(0, status);
+  store.Run("DELETE FROM Config WHERE Identifier='a';");
+  EXPECT_EQ(0, InChild([&] { return Polled(watcher) == kDeletedA ? 0 : 1; }));
   EXPECT_EQ("-user_account@a", Polled(watcher));
 }
 
-TEST_F(WatcherOfAStore, TellsWhatAFailedPollCouldNot) {
+TEST(Watcher, TellsWhatAFailedPollCouldNot) {
+  WatchedStore store;
   ConfigWatcher watcher;
-  store_.Run("ALTER TABLE Config RENAME COLUMN CachedValue TO Lost;");
-  store_.Run("DELETE FROM Config WHERE Identifier='a';");
+  store.Run("ALTER TABLE Config RENAME COLUMN CachedValue TO Lost;");
+  store.Run("DELETE FROM Config WHERE Identifier='a';");
   EXPECT_NE("", Thrown([&] { watcher.Poll(); }));
-  store_.Run("ALTER TABLE Config RENAME COLUMN Lost TO CachedValue;");
+  store.Run("ALTER TABLE Config RENAME COLUMN Lost TO CachedValue;");
   EXPECT_EQ("-user_account@a", Polled(watcher));
 }

@@ -77,14 +77,10 @@ TEST(DesiredConfig, KeepsWhatWasStagedWhenAStatementFails) {
 
 TEST(DesiredConfig, IsThatOfTheRowElseTheStagedOne) {
   TestStore store;
-  const auto put = [&store](const char* id, const char* layers) {
-    store.Run(std::string("INSERT INTO Config(Component, ConfigGroup, Name, Identifier, UserValue, DesiredValue, "
-                          "Success) VALUES('accessd', 'local', 'user_account', '") +
-              id + "', " + layers + ");");
-  };
-  put("confirmed", R"('{"login":"x"}', null, 1)");
-  put("desired", R"('{"login":"x"}', '{"login":"row"}', 1)");
-  put("unconfirmed", R"('{"login":"row"}', null, 0)");
+  const char kColumns[] = "UserValue, DesiredValue, Success";
+  PutRow(UserAccount("confirmed"), kColumns, R"('{"login":"x"}', null, 1)");
+  PutRow(UserAccount("desired"), kColumns, R"('{"login":"x"}', '{"login":"row"}', 1)");
+  PutRow(UserAccount("unconfirmed"), kColumns, R"('{"login":"row"}', null, 0)");
   SetDesiredUserConfig({Account("confirmed", "staged"), Account("desired", "staged"), Account("new", "staged"),
                         Account("unconfirmed", "staged")});
   const auto type = std::make_shared<FilterSpecObject>(UserAccount(""));

@@ -38,10 +38,9 @@ class Items : public TestStore {
   Items() : TestStore({kItems}) {
     for (const std::string id : {"a", "b"}) {
       const std::string head = R"('{"id":")" + id + "\",";
-      Run("INSERT INTO Config(Component, ConfigGroup, Name, Identifier, Success, AutoConfValue, UserValue, VitalValue, "
-          "CachedValue, DesiredValue) VALUES ('c', 'g', 'item', '" +
-          id + "', 0, " + head + "\"u\":1}', " + head + "\"u\":2}', " + head + "\"v\":3}', " + head + "\"k\":4}', " +
-          head + "\"u\":5}');");
+      PutRow(Item(id), "Success, AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue",
+             "0, " + head + "\"u\":1}', " + head + "\"u\":2}', " + head + "\"v\":3}', " + head + "\"k\":4}', " + head +
+                 "\"u\":5}'");
     }
   }
 
@@ -186,8 +185,7 @@ TEST(Update, OfCachedDataAloneKeepsTheDesiredValue) {
 TEST(Update, OfCachedDataWhereNothingIsInForceWritesAllThreeParts) {
   TestStore store({R"({"component":"c","group":"g","key":"one","version":"1","schema":{"type":"object","properties":{)"
                    R"("u":{"type":"integer"},"k":{"type":"integer","cached":true}}}})"});
-  store.Run(
-      "INSERT INTO Config(Component, ConfigGroup, Name, Success, UserValue) VALUES('c', 'g', 'one', 0, '{\"u\":1}')");
+  PutRow(ConfigStoreObjectId("one", "g", "c"), "Success, UserValue", R"(0, '{"u":1}')");
   store->Update(ConfigStore::CreateObject(ConfigStoreObjectId("one", "g", "c"), R"({"k":1})"), kExternal);
   EXPECT_EQ(R"(- - - {"k":1} - 0)", store.Layers("one"));
 }
@@ -218,9 +216,7 @@ TEST(LayerWrites, ThatFailInsideLeaveWhatWasThere) {
 
 TEST(GetInstances, AreMergedFilteredAndLeaveOutWhatIsNotInForce) {
   Items store;
-  store.Run(
-      "INSERT INTO Config(Component, ConfigGroup, Name, Identifier, Success, UserValue) VALUES ('c', 'g', 'item', "
-      "'hidden', 0, '{\"id\":\"hidden\",\"u\":1}');");
+  PutRow(Item("hidden"), "Success, UserValue", R"(0, '{"id":"hidden","u":1}')");
   const auto found = [&](const std::shared_ptr<FilterSpecObject>& filter) {
     std::string text;
     for (const auto& object : store->GetInstances(filter)) text += object->GetId().instanceId + object->GetData() + " ";
@@ -238,9 +234,8 @@ TEST(GetInstances, AreMergedFilteredAndLeaveOutWhatIsNotInForce) {
 TEST(Defaults, AreReadWhetherConfirmedOrNot) {
   Items store;
   EXPECT_EQ(nullptr, store->GetDefaultConfig(kTimeSource));
-  store.Run(
-      "INSERT INTO DefaultConfig(Component, ConfigGroup, Name, Identifier, Value, Version, Success) VALUES ('clockd', "
-      "'sync', 'time_source', '', '{\"method\":\"ntp\"}', '1.0', 0), ('c', 'g', 'item', 'd', '{\"u\":1}', '', 1);");
+  PutRow(kTimeSource, "Value, Version, Success", R"('{"method":"ntp"}', '1.0', 0)", "DefaultConfig");
+  PutRow(Item("d"), "Value, Version, Success", R"('{"u":1}', '', 1)", "DefaultConfig");
   EXPECT_EQ(R"({"method":"ntp"})", store->GetDefaultConfig(kTimeSource)->GetData());
   EXPECT_EQ("1.0", store->GetDefaultConfig(kTimeSource)->GetVersion());
   EXPECT_EQ(R"({"u":1,"id":"d"})", store->GetDefaultConfig(Item("d"))->GetData());

@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "api/config_store_impl.h"
 #include "store/connection.h"
 #include "support/test_store.h"
@@ -61,24 +59,6 @@ TEST(StoreHandle, TransactionFailuresAreResultsOrExceptionsAsTheyAreNamed) {
   EXPECT_EQ("2000 Failed to start a transaction.", Thrown([&] { ConfigStoreTransaction guard(store.store); }));
   store.Run("ROLLBACK;");
   EXPECT_EQ("", Thrown([&] { ConfigStoreTransaction(store.store).Commit(); }));
-}
-
-TEST(StoreHandle, ThreadsWithHandlesOfTheirOwnLoseNothing) {
-  TestStore store;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([t] {
-      std::shared_ptr<ConfigStore> own = ConfigStore::GetStore("");
-      for (int i = 0; i < 25; ++i) {
-        const std::string id = std::to_string(t) + "-" + std::to_string(i);
-        ConfigStoreTransaction guard(own);
-        own->Set(ConfigStore::CreateObject(UserAccount(id), R"({"login":"u","uid":1})"), USERDATA_CONTEXT());
-        i % 5 == 0 ? guard.Cancel() : guard.Commit();
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ("80", store.Query("SELECT count(*) FROM Config;"));
 }
 
 }  // namespace

@@ -23,9 +23,7 @@ class Preview : public testing::Test {
     host_.Put(UserAccount("auto"), "'auto', null, null, 'desired', 1");
     host_.Put(UserAccount("cleared"), "null, 'old', null, null, 0");
     host_.Put(ConfigStoreObjectId("k", "g", "unknown"), "null, 'old', null, null, 1");
-    host_.Run(
-        "INSERT INTO DesiredUserConfig(Component, ConfigGroup, Name, Identifier, Value) VALUES('accessd', 'local', "
-        "'user_account', 'staged', 'new');");
+    PutRow(UserAccount("staged"), "Value", "'new'", "DesiredUserConfig");
   }
   // What the load then does to the rows that it says it changes.
   std::string LoadedRows() const {

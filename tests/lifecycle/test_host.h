@@ -38,9 +38,7 @@ struct TestHost {
   }
   /// Adds an object by hand: its layers are SQL expressions.
   static void Put(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& layers) {
-    Run("INSERT OR REPLACE INTO Config(Component, ConfigGroup, Name, Identifier, AutoConfValue, UserValue, VitalValue, "
-        "DesiredValue, Success) VALUES('" +
-        id.component + "','" + id.group + "','" + id.key + "','" + id.instanceId + "'," + layers + ");");
+    PutRow(id, "AutoConfValue, UserValue, VitalValue, DesiredValue, Success", layers);
   }
 
   static std::shared_ptr<OrvoConfigStore::ConfigStoreObject> Object(const OrvoConfigStore::ConfigStoreObjectId& id,

@@ -81,6 +81,7 @@ TEST(Patterns, ThatCannotBeUsedAreRefusedWithAReason) {
       {"((a{100}){100}){100}", kLarge},
       {"a{0,20000}", kLarge},
       {"a{20000,}", kLarge},
+      {"a{16382}", kLarge},
       {"(a|b){9000}", kLarge},
       {"(?=a){99999999999999999999}", kLarge},
   };
@@ -93,8 +94,10 @@ TEST(Patterns, ThatCannotBeUsedAreRefusedWithAReason) {
 }
 
 TEST(Patterns, CompileUpToTheirBounds) {
-  for (const std::string& pattern : {Repeated("a", 4096), Repeated("(", 256) + Repeated(")", 256), Repeated("a?", 2048),
-                                     Repeated("[a]", 1300), Repeated("|", 4096), std::string("(?:a{0,70}){0,70}")}) {
+  for (const std::string& pattern :
+       {Repeated("a", 4096), Repeated("(", 256) + Repeated(")", 256), Repeated("a?", 2048), Repeated("[a]", 1300),
+        Repeated("|", 4096), std::string("(?:a{0,70}){0,70}"), std::string("a{16381}"), std::string("(?:a){4000}"),
+        Repeated("[[:alpha:](]", 257)}) {
     EXPECT_EQ("no", Match(pattern, "b")) << pattern.substr(0, 20);
   }
   EXPECT_EQ("yes", Match("[(]{300}", Repeated("(", 300)));

@@ -144,6 +144,8 @@ TEST(SchemaStore, KeepsSchemasWhileNothingChangesAndNamesCannotBecomeStatements)
   usleep(30000);  // until the file's time tells its states apart
   store.Schema(kStackSettings);
   EXPECT_EQ(store.Schema(kStackSettings), store.Schema(kStackSettings));
+  ASSERT_EQ(0, InChild([&] { return store.Register(File(Properties(R"("a":{"type":"string"})"))), 0; }));
+  EXPECT_NE(nullptr, store.Schema(ConfigStoreObjectId("k", "g", "c"))) << "a change by another process";
   EXPECT_EQ(nullptr, store.Schema(ConfigStoreObjectId("x' or '1'='1", "ipstack", "netd")));
   EXPECT_EQ("2000 A name cannot hold a NUL byte.",
             Thrown([&] { store.Schema(ConfigStoreObjectId(std::string("a\0b", 3), "g", "c")); }));

@@ -49,6 +49,14 @@ std::string RowsOf(const std::shared_ptr<DBStore::StoreConnection>& connection, 
   return DBStore::ExecuteV2(connection, sql, AppendRow, &rows, timeoutMs) == 0 ? rows : "failed";
 }
 
+void PutRow(const ConfigStoreObjectId& id, const std::string& columns, const std::string& values,
+            const std::string& table) {
+  const std::string sql = "INSERT OR REPLACE INTO " + table + "(Component, ConfigGroup, Name, Identifier, " + columns +
+                          ") VALUES('" + id.component + "', '" + id.group + "', '" + id.key + "', '" + id.instanceId +
+                          "', " + values + ");";
+  EXPECT_EQ("", RowsOf(DBStore::GetConnection(DBStore::TYPE_STORE), sql, DBStore::kBusyTimeout)) << sql;
+}
+
 std::string ExampleFile(const std::string& name) {
   return std::string(CONFIGSTORE_SOURCE_DIR) + "/examples/" + name;
 }

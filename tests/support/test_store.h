@@ -28,6 +28,10 @@ int InChild(const std::function<int()>& action);
 std::string RowsOf(const std::shared_ptr<DBStore::StoreConnection>& connection, const std::string& sql,
                    int timeoutMs = 0);
 
+/// Puts a row in place by hand: columns, "UserValue, Success", and what they hold, as SQL.
+void PutRow(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& columns, const std::string& values,
+            const std::string& table = "Config");
+
 /// Returns the path of one of the example files, "components/netd/schema/stack_settings.json".
 std::string ExampleFile(const std::string& name);
 /// Returns its content.
