@@ -92,7 +92,7 @@ TEST(PartialBootStatus, ThatIsRefusedChangesNothing) {
   SetPartialBootStatus(nullptr);
   EXPECT_EQ("[1040]SetPartialBootStatus: Configuration object is empty", log.Lines().back());
   EXPECT_EQ("", confirm(UserAccount("none"), R"({"login":"x","uid":1})"));
-  store.Run("CREATE TRIGGER fault BEFORE UPDATE OF Success ON Config BEGIN SELECT RAISE(ABORT, 'fault'); END;");
+  FailAt("UPDATE OF Success ON Config");
   EXPECT_EQ("2000 Operation failed: Failed to confirm the user value.", confirm(kTimeSource, R"({"method":"ptp"})"));
   store.Root().Write("/etc/halden/features", "ConfigStore=off\n");
   EXPECT_EQ("", confirm(kTimeSource, R"({"method":"ptp"})"));

@@ -120,12 +120,6 @@ class RandomLayers {
   std::mt19937 random_;
 };
 
-std::string Written(const JsonValue& value) {
-  std::string text;
-  WriteJson(value, text);
-  return text;
-}
-
 // Adds what was read, "PATH VALUE" for each value that holds no further ones, instances by identifier.
 void Flatten(const JsonValue& value, const std::string& path, const JsonValue* idKey, const JsonValue& idMap,
              std::vector<std::string>& lines) {
@@ -147,7 +141,7 @@ void Flatten(const JsonValue& value, const std::string& path, const JsonValue* i
       flattenBelow(element, TextOf(element[idKey->GetString()]), nullptr);
     }
   } else {
-    lines.push_back(path + " " + Written(value));
+    lines.push_back(path + " " + JsonText(value));
   }
 }
 

@@ -1,6 +1,4 @@
 #include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -73,16 +71,11 @@ TEST(ReadCache, NoReadOfThreeProcessesIsOlderThanTheLastCommit) {
   void* const memory = mmap(nullptr, sizeof(Acknowledged), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(MAP_FAILED, memory);
   auto& acknowledged = *new (memory) Acknowledged{};
-  pid_t processes[kProcesses];
+  std::vector<pid_t> processes;
   for (int i = 0; i < kProcesses; ++i) {
-    processes[i] = fork();
-    if (processes[i] == 0) _exit(ReadAndWrite(i, operations, acknowledged));
+    processes.push_back(StartChild([=, &acknowledged] { return ReadAndWrite(i, operations, acknowledged); }));
   }
-  for (const pid_t process : processes) {
-    int status = -1;
-    ASSERT_EQ(process, waitpid(process, &status, 0));
-    EXPECT_EQ(0, status) << "a stale read, or a failure";
-  }
+  for (const pid_t process : processes) EXPECT_EQ(0, ResultOf(process)) << "a stale read, or a failure";
   munmap(memory, sizeof(Acknowledged));
 }
 

@@ -119,7 +119,7 @@ TEST(LoadStore, StepsChangeAllOrNothing) {
     SetBootMode(BOOTMODE_APPLY);
     if (&row >= kStepCases + 2) CleanupAutoConfig();
     const std::string before = host.Query(kEverything);
-    host.Run(std::string("CREATE TRIGGER fault BEFORE ") + row.trigger + " BEGIN SELECT RAISE(ABORT, 'fault'); END;");
+    FailAt(row.trigger);
     EXPECT_EQ(row.failure, Thrown([] { LoadStore(false); }));
     EXPECT_EQ(before, host.Query(kEverything));
     CSLogger::Log(CSLogger::LOG_PRIORITY_WARNING, "after the load");
@@ -135,7 +135,7 @@ TEST(LoadStore, StepsChangeAllOrNothing) {
 TEST(LoadStore, LeavesNothingAttachedOrBegunWhenAStepFails) {
   const TestHost host;
   host.Put(kTimeSource, "'auto', 'old', null, 'pending', 1");
-  host.Run("CREATE TRIGGER fault BEFORE UPDATE ON Config BEGIN SELECT RAISE(ABORT, 'fault'); END;");
+  FailAt("UPDATE ON Config");
   const Connection connection = GetConn();
   for (int round = 0; round < 2; ++round) {
     EXPECT_EQ("2000 Failed to reset success flag for configuration.",

@@ -56,10 +56,7 @@ struct TestHost {
   static bool Exists(const std::string& path) { return HaldenLib::FileExists(path); }
 
   /// Whether a line that holds `words` has been logged.
-  bool Logged(const std::string& words) const {
-    const auto lines = log.Lines();
-    return std::any_of(lines.begin(), lines.end(), [&](const auto& line) { return line.find(words) != line.npos; });
-  }
+  bool Logged(const std::string& words) const { return log.Has(words); }
 
   const TempRoot root;
   const LogCapture log{root};

@@ -158,9 +158,8 @@ TEST(TypedAccess, BinaryValuesSurvive) {
 
 TEST(JsonDocuments, FilesAreReadWholeOrRefusedWithTheirName) {
   TempRoot root;
-  std::string text;
-  SerializeValue(*CreateDocumentFromFile(root.Write("/good", "{\"a\": 1}\n"))->GetJsonValuePtr(), text);
-  EXPECT_EQ("{\"a\":1}", text);
+  const std::string good = root.Write("/good", "{\"a\": 1}\n");
+  EXPECT_EQ("{\"a\":1}", JsonText(*CreateDocumentFromFile(good)->GetJsonValuePtr()));
   for (const std::string& path : {root.Path(), root.Path() + "/missing", root.Write("/empty", ""),
                                   root.Write("/mark", "\xef\xbb\xbf{}"), root.Write("/bad", "{")}) {
     EXPECT_EQ("1081 Failed to parse JSON file " + path, Thrown([&] { CreateDocumentFromFile(path); }));

@@ -1,8 +1,6 @@
 // Creating, placing and checking the files of the two databases.
 
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fstream>
 
@@ -62,16 +60,9 @@ TEST(CreateDatabases, RepairsAFileThatIsStillEmptyAndPlaysNoOldLogIntoIt) {
 TEST(CreateDatabases, MayRunInManyProcessesAtOnce) {
   for (int round = 0; round < 5; ++round) {
     const TempRoot root;
-    pid_t children[6];
-    for (pid_t& child : children) {
-      child = fork();
-      if (child == 0) _exit(CreateDatabases());
-    }
-    for (const pid_t child : children) {
-      int status = -1;
-      EXPECT_EQ(child, waitpid(child, &status, 0));
-      EXPECT_EQ(0, status);
-    }
+    std::vector<pid_t> children;
+    for (int i = 0; i < 6; ++i) children.push_back(StartChild(CreateDatabases));
+    for (const pid_t child : children) EXPECT_EQ(0, ResultOf(child));
     EXPECT_TRUE(Check(kStore));
     EXPECT_EQ("wal", TestDatabase::JournalMode());
   }

@@ -1,4 +1,3 @@
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/test_database.h"
@@ -136,20 +135,17 @@ TEST(ForkedChild, KeepsItsLogWhenTheParentCloses) {
   int ready[2], go[2];
   ASSERT_TRUE(pipe(ready) == 0 && pipe(go) == 0);
   char byte = 0;
-  const pid_t child = fork();
-  if (child == 0) {
+  const pid_t child = StartChild([&] {
     close(go[1]);  // so that the child ends with the test
     const Connection own = host.Connect();
     const bool isReady = RowsOf(own, "SELECT count(*) FROM KVTable") == "0" && write(ready[1], &byte, 1) == 1;
-    _exit(isReady && read(go[0], &byte, 1) == 1 && host.Put(own, "child") == 0 ? 0 : 1);
-  }
+    return isReady && read(go[0], &byte, 1) == 1 && host.Put(own, "child") == 0 ? 0 : 1;
+  });
   ASSERT_EQ(1, read(ready[0], &byte, 1));
   ASSERT_EQ(0, CommitTransaction(connection));
   connection.reset();
   ASSERT_EQ(1, write(go[1], &byte, 1));
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_EQ(0, status);
+  EXPECT_EQ(0, ResultOf(child));
   for (const int end : {ready[0], ready[1], go[0], go[1]}) close(end);
   EXPECT_EQ("parent child", host.StoredKeys());
 }

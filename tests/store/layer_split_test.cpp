@@ -6,12 +6,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-std::string Written(const std::shared_ptr<JsonStorage>& part) {
-  std::string text;
-  if (part != nullptr) WriteJson(part->document, text);
-  return part == nullptr ? "-" : text;
-}
-
 // A schema node with one property of each kind, and what becomes of data.
 const char kNode[] = R"({"type":"object","properties":{
   "id":{"type":"string","instanceId":true},"u":{"type":"string"},
@@ -51,12 +45,13 @@ TEST(LayerSplit, PrunesToEachCategory) {
   for (const auto& row : kSplitCases) {
     SCOPED_TRACE(row.data);
     const auto data = CreateDocumentFromString(row.data);
-    const auto part = [&](Category category) {
-      return Written(ExtractCategory(*data->GetJsonValuePtr(), node, category));
+    const auto of = [&](Category category) {
+      const auto part = ExtractCategory(*data->GetJsonValuePtr(), node, category);
+      return part == nullptr ? "-" : JsonText(part->document);
     };
-    EXPECT_EQ(row.user, part(Category::User));
-    EXPECT_EQ(row.vital, part(Category::Vital));
-    EXPECT_EQ(row.cached, part(Category::Cached));
+    EXPECT_EQ(row.user, of(Category::User));
+    EXPECT_EQ(row.vital, of(Category::Vital));
+    EXPECT_EQ(row.cached, of(Category::Cached));
   }
 }
 

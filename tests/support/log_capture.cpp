@@ -1,5 +1,6 @@
 #include "support/log_capture.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include "configstore/logging.h"
@@ -35,4 +36,9 @@ std::vector<std::string> LogCapture::Lines() const {
   std::vector<std::string> lines = RawLines();
   for (std::string& line : lines) line = WithoutPrefix(line);
   return lines;
+}
+
+bool LogCapture::Has(const std::string& words) const {
+  const std::vector<std::string> lines = Lines();
+  return std::any_of(lines.begin(), lines.end(), [&](const auto& line) { return line.find(words) != line.npos; });
 }

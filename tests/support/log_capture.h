@@ -18,6 +18,8 @@ class LogCapture {
   /// Returns what has been logged since the start, without the prefixes
   /// "[ConfigStore:PID:THREAD:] ".
   std::vector<std::string> Lines() const;
+  /// Whether one of them holds `words`.
+  bool Has(const std::string& words) const;
   /// As Lines, with the prefixes.
   std::vector<std::string> RawLines() const;
 

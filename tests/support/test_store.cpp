@@ -29,7 +29,7 @@ std::filesystem::perms ModeOf(const std::string& path) {
   return std::filesystem::status(path).permissions();
 }
 
-int InChild(const std::function<int()>& action) {
+pid_t StartChild(const std::function<int()>& action) {
   const pid_t child = fork();
   if (child == 0) {
     alarm(60);  // a child that hangs ends with a signal
@@ -39,9 +39,17 @@ int InChild(const std::function<int()>& action) {
       abort();
     }
   }
+  return child;
+}
+
+int ResultOf(pid_t child) {
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
   return WEXITSTATUS(status);
+}
+
+int InChild(const std::function<int()>& action) {
+  return ResultOf(StartChild(action));
 }
 
 std::string RowsOf(const std::shared_ptr<DBStore::StoreConnection>& connection, const std::string& sql, int timeoutMs) {
@@ -55,6 +63,22 @@ void PutRow(const ConfigStoreObjectId& id, const std::string& columns, const std
                           ") VALUES('" + id.component + "', '" + id.group + "', '" + id.key + "', '" + id.instanceId +
                           "', " + values + ");";
   EXPECT_EQ("", RowsOf(DBStore::GetConnection(DBStore::TYPE_STORE), sql, DBStore::kBusyTimeout)) << sql;
+}
+
+void FailAt(const std::string& kind) {
+  const std::string sql = "CREATE TRIGGER fault BEFORE " + kind + " BEGIN SELECT RAISE(ABORT, 'fault'); END;";
+  EXPECT_EQ("", RowsOf(DBStore::GetConnection(DBStore::TYPE_STORE), sql, DBStore::kBusyTimeout)) << sql;
+}
+
+std::string Quoted(std::string json) {
+  std::replace(json.begin(), json.end(), '\'', '"');
+  return json;
+}
+
+std::string JsonText(const JsonValue& value) {
+  std::string text;
+  SerializeValue(value, text);
+  return text;
 }
 
 std::string ExampleFile(const std::string& name) {

@@ -21,7 +21,10 @@
 std::string Repeated(const std::string& text, size_t times);
 /// Returns the permission bits of a file.
 std::filesystem::perms ModeOf(const std::string& path);
-/// Runs `action` in a forked child and returns its result; -1 when it died or threw.
+/// Runs `action` in a forked child, which ends with its result.
+pid_t StartChild(const std::function<int()>& action);
+/// Waits for a child's end and returns its result; -1 when it died or threw.
+int ResultOf(pid_t child);
 int InChild(const std::function<int()>& action);
 /// Returns the rows of a query: columns joined by a blank, "-" for NULL, rows by
 /// "; "; "failed" when it fails.
@@ -31,6 +34,13 @@ std::string RowsOf(const std::shared_ptr<DBStore::StoreConnection>& connection, 
 /// Puts a row in place by hand: columns, "UserValue, Success", and what they hold, as SQL.
 void PutRow(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& columns, const std::string& values,
             const std::string& table = "Config");
+
+/// Has every statement of that kind fail, "UPDATE OF Success ON Config".
+void FailAt(const std::string& kind);
+/// Returns JSON with " for '.
+std::string Quoted(std::string json);
+/// Returns a value as text.
+std::string JsonText(const OrvoConfigStore::JsonValue& value);
 
 /// Returns the path of one of the example files, "components/netd/schema/stack_settings.json".
 std::string ExampleFile(const std::string& name);

@@ -56,9 +56,7 @@ TEST(DocumentRules, InstancesAreNamedWhereTheStoreDoes) {
   const auto document =
       CreateDocumentFromString(Quoted("{'components':{'accessd':{'local':{'user_account':[{'login':'a','uid':1}]}}}}"));
   EXPECT_EQ("", Imported(*document->document));
-  std::string text;
-  SerializeValue(*document->document, text);
-  EXPECT_NE(std::string::npos, text.find("\"cs_generated_id\":\""));
+  EXPECT_NE(std::string::npos, JsonText(*document->document).find("\"cs_generated_id\":\""));
 }
 
 }  // namespace

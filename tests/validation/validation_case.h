@@ -15,12 +15,6 @@ struct ValidationCase {
   const char* violations;  ///< "field: error; field: error"; "" is valid
 };
 
-/// Returns `json` with " for '.
-inline std::string Quoted(std::string json) {
-  std::replace(json.begin(), json.end(), '\'', '"');
-  return json;
-}
-
 /// Returns the errors of a validation as a case states them.
 inline std::string Text(const OrvoConfigStore::JsonDocument& errors) {
   std::string text;
