@@ -61,7 +61,7 @@ TEST(CreateDatabases, MayRunInManyProcessesAtOnce) {
   for (int round = 0; round < 5; ++round) {
     const TempRoot root;
     std::vector<pid_t> children;
-    for (int i = 0; i < 6; ++i) children.push_back(StartChild(CreateDatabases));
+    for (int i = 0; i < 6; ++i) children.push_back(StartChild([] { return CreateDatabases(); }));
     for (const pid_t child : children) EXPECT_EQ(0, ResultOf(child));
     EXPECT_TRUE(Check(kStore));
     EXPECT_EQ("wal", TestDatabase::JournalMode());

@@ -49,29 +49,17 @@ TEST(LayerWriting, KeepsTheColumnsItDoesNotOwn) {
     EXPECT_EQ("2001-01-01 00:00:00 1.0", store.Query("SELECT CreationTime, Version FROM Config;"));
     EXPECT_EQ("1", store.Query("SELECT ModifiedTime > '2002-02-02' FROM Config;"));
 
-    store.Run("UPDATE Config SET ConfigGroup='other';");  // of another type that has the same name
+    store.Run("UPDATE Config SET ConfigGroup='other', ModifiedTime='then';");  // of another type of the same name
+    EXPECT_EQ("19", store.Query("SELECT length(ModifiedTime) FROM Config;")) << "any update refreshes it";
     Write(store, row.sql, row.values);
     EXPECT_EQ(row.overStored + std::string("; ") + row.onNewRow, store.Layers("stack_settings"));
     EXPECT_EQ("1", store.Query("SELECT CreationTime > '2002-02-02' FROM Config WHERE ConfigGroup='ipstack';"));
   }
 }
 
-TEST(Writing, AnUnsetLayerIsNullAndAnyUpdateRefreshesTheTime) {
-  TestStore store;
-  store.Run(kFullRow);
-  const auto object = ConfigStore::CreateObject(kStackSettings, R"({"hostname":"n"})");
-  SetInternal(object, store.Schema(kStackSettings), USERDATA_CONTEXT(), store.connection);
-  EXPECT_EQ(R"(- {"hostname":"n"} - - - 1)", store.Layers("stack_settings"));
-  store.Run("UPDATE Config SET ModifiedTime='2002-02-02 00:00:00';");
-  EXPECT_EQ("1", store.Query("SELECT ModifiedTime > '2002-02-02' FROM Config;"));
-}
-
-TEST(Writing, FailuresNameTheOperation) {
+TEST(Deleting, ThatFailsNamesTheObject) {
   TestStore store;
   store.Run("DROP TABLE Config;");
-  const auto object = ConfigStore::CreateObject(kStackSettings, R"({"hostname":"n"})");
-  EXPECT_EQ("2000 WriteComplete failed",
-            Thrown([&] { SetInternal(object, store.Schema(kStackSettings), USERDATA_CONTEXT(), store.connection); }));
   EXPECT_EQ("2000 Delete failed: component netd group ipstack key stack_settings",
             Thrown([&] { DeleteInternal(kStackSettings, store.connection); }));
 }
