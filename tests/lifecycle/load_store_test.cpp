@@ -1,7 +1,3 @@
-#include <signal.h>
-#include <sqlite3.h>
-#include <unistd.h>
-
 #include "lifecycle/load_steps.h"
 #include "lifecycle/test_host.h"
 #include "store/connection.h"
@@ -9,8 +5,6 @@
 using namespace OrvoConfigStore;
 
 namespace {
-
-namespace fs = std::filesystem;
 
 const char kEverything[] =
     "SELECT Name, Identifier, AutoConfValue, UserValue, VitalValue, DesiredValue, Success FROM Config UNION ALL "
@@ -164,50 +158,6 @@ TEST(LoadStore, CleanUpsWithoutAStoreAreLogged) {
   EXPECT_EQ((std::vector<std::string>{"Cleanup auto configurations", "Cleanup failed: could not connect to ConfigStore",
                                       "Cleanup config store", "Cleanup failed: could not connect to ConfigStore"}),
             log.Lines());
-}
-
-// Kills the process at the database's write after so many.
-int writesLeft = 0;
-ssize_t WriteOrDie(int file, const void* data, size_t size, off_t offset) {
-  if (writesLeft-- <= 0) raise(SIGKILL);
-  return pwrite(file, data, size, offset);
-}
-
-// A staged load is stopped at every one of its writes in turn: either nothing is
-// applied or all is, and the next load ends well.
-TEST(LoadStore, LosesNothingWhereverItIsKilled) {
-  const TestHost host;
-  host.root.Write(HaldenLib::kFeaturesFile, "ConfigStoreUpgrade=off\nConfigStoreRestore=off\n");
-  host.Put(kTimeSource, "null, 'old', null, null, 1");
-  SetDesiredUserConfig({host.Object(UserAccount("dora"), R"({"login":"dora","uid":9})")});
-  SetBootMode(BOOTMODE_APPLY);
-  const auto state = [] {
-    return TestHost::Query(
-        "SELECT (SELECT group_concat(Name || '=' || coalesce(substr(UserValue, 1, 3), '-')) FROM (SELECT * FROM Config "
-        "ORDER BY Name)), (SELECT Value FROM KVTable WHERE Key='APPLY_BOOT'), (SELECT count(*) FROM "
-        "DesiredUserConfig);");
-  };
-  const std::string store = host.root.Read(HaldenLib::kStoreFile);
-  int writes = 0;
-  for (int result = -1; result != 0; ++writes) {
-    SCOPED_TRACE("after " + std::to_string(writes) + " writes");
-    for (const char* suffix : {"-wal", "-shm", "-journal"})
-      fs::remove(host.root.Resolve(HaldenLib::kStoreFile) + suffix);
-    host.root.Write(HaldenLib::kStoreFile, store);
-    result = InChild([writes] {
-      writesLeft = writes;
-      sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
-      for (const char* name : {"pwrite", "pwrite64"}) {  // only the one that SQLite was built for has an effect
-        vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(WriteOrDie));
-      }
-      LoadStore(false);
-      return 0;
-    });
-    EXPECT_TRUE(state() == "time_source=old true 1" || state() == "time_source=-,user_account={\"l false 0") << state();
-    LoadStore(false);
-    EXPECT_EQ("user_account={\"l false 0", state().substr(state().find("user")));
-  }
-  EXPECT_GT(writes, 10) << "the writes go through the hook";
 }
 
 }  // namespace
