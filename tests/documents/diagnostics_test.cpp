@@ -9,11 +9,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-std::string Quoted(std::string json) {
-  for (char& c : json) c = c == '\'' ? '"' : c;
-  return json;
-}
-
 /// Returns "LINE:COLUMN POINTER [INSTANCE]: ERROR (RULE) ?NEAREST", a line each, warnings with "warning" in front.
 std::string Text(const std::vector<Diagnostic>& diagnostics) {
   std::string text;

@@ -31,11 +31,6 @@ ConfigStoreObjectId Probe(const std::string& name) {
   return {"probe", "probes", "meterd", name};
 }
 
-std::string Quoted(std::string json) {
-  for (char& c : json) c = c == '\'' ? '"' : c;
-  return json;
-}
-
 /// A document of one type.
 std::string Document(const std::string& component, const std::string& group, const std::string& key,
                      const std::string& value) {
