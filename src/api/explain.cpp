@@ -5,6 +5,7 @@
 #include "api/checks.h"
 #include "configstore/errors.h"
 #include "configstore/inspect.h"
+#include "platform/json_pointer.h"
 #include "platform/json_reader.h"
 #include "platform/json_values.h"
 #include "platform/sql_format.h"

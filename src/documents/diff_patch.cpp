@@ -6,6 +6,7 @@
 #include "configstore/diff.h"
 #include "documents/diff_side.h"
 #include "platform/json_members.h"
+#include "platform/json_pointer.h"
 #include "store/fields.h"
 
 /// The JSON Patch from one document to another.

@@ -3,9 +3,10 @@
 #include <algorithm>
 
 #include "api/describe.h"
+#include "api/nearest_name.h"
 #include "configstore/inspect.h"
-#include "documents/nearest_name.h"
 #include "platform/json_values.h"
+#include "store/fields.h"
 
 namespace OrvoConfigStore {
 namespace {
@@ -48,19 +49,6 @@ Way FollowSteps(const JsonValue& schema, const std::vector<PlaceStep>& steps) {
   return way;
 }
 
-const JsonValue* PropertyOf(const JsonValue* node, const std::string& name) {
-  const JsonValue* properties = Keyword(node, "properties");
-  return properties == nullptr ? nullptr : FindValue(*properties, name);
-}
-
-std::string NearestProperty(const JsonValue* node, const std::string& name) {
-  std::vector<std::string_view> names;
-  if (const JsonValue* properties = Keyword(node, "properties")) {
-    for (const auto& property : properties->GetObject()) names.push_back(TextOf(property.name));
-  }
-  return NearestName(name, names);
-}
-
 bool IsMaskedSecret(const JsonValue& place, const JsonValue* node) {
   return IsText(&place, kSecretMask) && IsText(Keyword(node, "type"), "secret");
 }
@@ -98,7 +86,7 @@ Diagnostic Findings::Explain(const Found& found, const JsonValue& place, const s
   enrich(steps, diagnostic);
   const bool isName = !steps.empty() && steps.back().name == &place;
   if (isName) {
-    if (diagnostic.nearest.empty()) diagnostic.nearest = NearestProperty(way.container, found.member);
+    if (diagnostic.nearest.empty()) diagnostic.nearest = NearestName(found.member, PropertyNames(way.container));
   } else if (const JsonValue* rules = found.member.empty() ? way.node : PropertyOf(way.node, found.member)) {
     diagnostic.rule = DescribeRules(*rules);
   }

@@ -11,6 +11,7 @@
 #include "configstore/json_document.h"
 #include "configstore/validation.h"
 #include "documents/schema_words.h"
+#include "platform/json_pointer.h"
 #include "platform/json_reader.h"
 #include "platform/json_values.h"
 #include "platform/schema_check.h"
@@ -18,8 +19,6 @@
 
 namespace OrvoConfigStore {
 namespace {
-
-using OrvoSchemaStore::PointerToken;
 
 struct Range {
   const char* least;
@@ -76,7 +75,7 @@ class Linter {
     for (const auto& member : file.GetObject()) {
       const std::string_view name = TextOf(member.name);
       if (!IsFileMember(name))
-        Warn("/" + PointerToken(name), Quoted(name) + " is no member of a schema file: it is ignored.");
+        Warn(PointerBelow("", name), Quoted(name) + " is no member of a schema file: it is ignored.");
     }
     const JsonValue* schema = FindObject(file, "schema");
     if (schema == nullptr) return;
@@ -130,8 +129,8 @@ class Linter {
     if (properties == nullptr) return;
     for (const auto& property : properties->GetObject()) {
       const std::string_view name = TextOf(property.name);
-      LintNode(property.value, properties, pointer + "/properties/" + PointerToken(name),
-               path + "/" + std::string(name), isSplit);
+      LintNode(property.value, properties, PointerBelow(pointer + "/properties", name), path + "/" + std::string(name),
+               isSplit);
     }
   }
 
@@ -144,9 +143,9 @@ class Linter {
       const std::string_view name = TextOf(member.name);
       const unsigned kinds = KindsWithKeyword(name);
       if (kinds == 0) {
-        Warn(pointer + "/" + PointerToken(name), Quoted(name) + " is no keyword of the dialect: it is ignored.");
+        Warn(PointerBelow(pointer, name), Quoted(name) + " is no keyword of the dialect: it is ignored.");
       } else if (kind != 0 && (kinds & kind) == 0) {
-        Warn(pointer + "/" + PointerToken(name), Quoted(name) + " has no effect on the type " + Quoted(type) + ".");
+        Warn(PointerBelow(pointer, name), Quoted(name) + " has no effect on the type " + Quoted(type) + ".");
       }
     }
   }
@@ -246,7 +245,7 @@ class Linter {
     std::set<std::string_view> names;
     for (const auto& member : value.GetObject()) {
       const std::string_view name = TextOf(member.name);
-      const std::string where = pointer + "/" + PointerToken(name);
+      const std::string where = PointerBelow(pointer, name);
       if (!names.insert(name).second) Warn(where, "Given more than once; the first counts.");
       ReportRepeated(member.value, where);
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/json_pointer.h"
 #include "platform/json_values.h"
 
 namespace OrvoConfigStore {
@@ -77,19 +78,6 @@ class PlaceReader {
   size_t at_ = 0;
   std::vector<PlaceStep> steps_;
 };
-
-void AppendStep(std::string& pointer, std::string_view name) {
-  pointer += '/';
-  for (const char c : name) {
-    if (c == '~') {
-      pointer += "~0";
-    } else if (c == '/') {
-      pointer += "~1";
-    } else {
-      pointer += c;
-    }
-  }
-}
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/host_files.h"
+#include "platform/json_pointer.h"
 #include "platform/json_values.h"
 #include "platform/pattern.h"
 
@@ -14,6 +15,7 @@ namespace {
 
 using OrvoConfigStore::FindValue;
 using OrvoConfigStore::Pattern;
+using OrvoConfigStore::PointerBelow;
 using OrvoConfigStore::TextOf;
 
 bool IsTrue(const JsonValue* value) {
@@ -152,7 +154,7 @@ class Checker {
     if (const JsonValue* properties = Keyword(node, "properties")) {
       for (const auto& property : properties->GetObject()) {
         const std::string child(TextOf(property.name));
-        CheckNode(property.value, path + "/properties/" + PointerToken(child), child);
+        CheckNode(property.value, PointerBelow(path + "/properties", child), child);
       }
     }
   }
@@ -206,7 +208,7 @@ class Checker {
     const JsonValue* properties = Keyword(items, "properties");
     const JsonValue* identifier =
         properties == nullptr || !properties->IsObject() ? nullptr : Keyword(*properties, idKey.c_str());
-    const std::string where = path + "/properties/" + PointerToken(idKey);
+    const std::string where = PointerBelow(path + "/properties", idKey);
     if (identifier == nullptr || !identifier->IsObject()) return Report(where, "The identifier is not described.");
     if (!IsText(Keyword(*identifier, "type"), "string")) Report(where, "The identifier must be a string.");
     if (!IsTrue(Keyword(*identifier, "instanceId")) && !IsTrue(Keyword(*identifier, "instanceID"))) {
@@ -271,12 +273,6 @@ std::vector<SchemaFault> CheckSchemaText(const std::string& text, SchemaRecord& 
 
 bool ReadSchemaText(const std::string& path, std::string& text) {
   return HaldenLib::ReadRealFile(path, OrvoConfigStore::kMaxJsonBytes, &text) == 0;
-}
-
-std::string PointerToken(std::string_view name) {
-  std::string token;
-  for (const char c : name) token += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
-  return token;
 }
 
 }  // namespace OrvoSchemaStore

@@ -34,9 +34,6 @@ std::vector<SchemaFault> CheckSchemaText(const std::string& text, SchemaRecord& 
 /// Reads the file at `path`; false when it is none, cannot be read or has over 16 MiB.
 bool ReadSchemaText(const std::string& path, std::string& text);
 
-/// Returns a member's name as a step of a JSON pointer: "/" and "~" are escaped.
-std::string PointerToken(std::string_view name);
-
 /// The longest part of an identifier that can be stored, in bytes.
 constexpr size_t kMaxIdentifierBytes = 255;
 

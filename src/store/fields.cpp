@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/json_members.h"
+#include "platform/json_pointer.h"
 
 namespace OrvoConfigStore {
 namespace {
@@ -77,19 +78,6 @@ class FieldWalk {
 
 }  // namespace
 
-void AppendStep(std::string& path, std::string_view step) {
-  path += '/';
-  for (const char each : step) {
-    if (each == '~') {
-      path += "~0";
-    } else if (each == '/') {
-      path += "~1";
-    } else {
-      path += each;
-    }
-  }
-}
-
 void ForEachField(const JsonValue& data, const JsonValue* node, const JsonValue* idMap, const FieldVisitor& visitor) {
   FieldWalk(idMap, visitor).VisitObject(data, node);
 }
@@ -105,6 +93,14 @@ const JsonValue* InstanceKeyOf(std::string_view name, const JsonValue& value, co
 const JsonValue* PropertyOf(const JsonValue* node, std::string_view name) {
   const JsonValue* properties = PropertiesOf(node);
   return properties == nullptr ? nullptr : FindValue(*properties, name);
+}
+
+std::vector<std::string_view> PropertyNames(const JsonValue* node) {
+  std::vector<std::string_view> names;
+  if (const JsonValue* properties = PropertiesOf(node)) {
+    for (const auto& property : properties->GetObject()) names.push_back(TextOf(property.name));
+  }
+  return names;
 }
 
 bool HoldsSecret(const JsonValue* node) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/rapidjson.h"
 
@@ -13,9 +14,6 @@
 /// by, the id map; an array of which any element has no identifier is one value.
 
 namespace OrvoConfigStore {
-
-/// Appends a step to a path, "/" and "~" in it written "~1" and "~0".
-void AppendStep(std::string& path, std::string_view step);
 
 /// One field of an object.
 struct Field {
@@ -43,6 +41,9 @@ const JsonValue* InstanceKeyOf(std::string_view name, const JsonValue& value, co
 /// Returns a schema node's property `name`, that of its items when it is an
 /// array; null when there is none.
 const JsonValue* PropertyOf(const JsonValue* node, std::string_view name);
+
+/// Returns the names of a schema node's properties, likewise.
+std::vector<std::string_view> PropertyNames(const JsonValue* node);
 
 /// Whether a value of the node is a secret or may hold one.
 bool HoldsSecret(const JsonValue* node);

@@ -1,4 +1,4 @@
-#include "documents/nearest_name.h"
+#include "api/nearest_name.h"
 
 #include <algorithm>
 
