@@ -42,8 +42,9 @@ struct Diagnostic {
   std::string nearest;                     ///< the name that a name which is not known is nearest to; may be empty
 };
 
-/// Returns where a text stops being one JSON value of at most 1 GiB and 512 levels,
-/// and why; nothing when it is one.
+/// Returns where a text stops being one JSON value of at most 1 GiB and 517 levels,
+/// and why, or where an object in it has a second member of one name; nothing when
+/// all is well.
 CONFIGSTORE_API std::optional<Diagnostic> FindSyntaxError(const std::string& text);
 
 /// Returns what is wrong with the text of a document, in its order; nothing means

@@ -20,7 +20,8 @@
 /// A type with a single object has that object, one with instances an array of
 /// them, each with the member that identifies it. A document that this library
 /// writes is sorted by component, group, key and instance and holds no metadata.
-/// A text holds at most 1 GiB and 512 levels.
+/// A text holds at most 1 GiB and 517 levels: its objects stand below five, and
+/// have 512 at most.
 
 namespace OrvoConfigStore {
 

@@ -46,7 +46,8 @@ class CONFIGSTORE_API JsonDoc {
 /// Returns a new document, its root null.
 CONFIGSTORE_API std::shared_ptr<JsonDoc> CreateDocument();
 
-/// Parses `text`, one JSON value of at most 16 MiB and 512 levels.
+/// Parses `text`, one JSON value of at most 16 MiB and 512 levels, no object of
+/// which has two members of one name.
 /// Throws InvalidArgumentException(1080) when it is none.
 CONFIGSTORE_API std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text);
 

@@ -3,10 +3,11 @@
 #include <utility>
 
 #include "api/checks.h"
+#include "api/nearest_name.h"
 #include "configstore/diagnostics.h"
 #include "documents/findings.h"
-#include "documents/nearest_name.h"
 #include "documents/parsed_document.h"
+#include "documents/unstorable.h"
 #include "validation/action_rules.h"
 #include "validation/validator.h"
 
@@ -18,13 +19,14 @@ namespace {
 struct Use {
   WriteKind kind;
   bool isWhole;
+  bool isSplit = true;  // into layers, by the write
 };
 
 const Use kUses[] = {
-    {WriteKind::SetFromOutside, true}, {WriteKind::SetByHost, true},      {WriteKind::Update, false},
-    {WriteKind::User, false},          {WriteKind::Auto, false},          {WriteKind::Vital, false},
-    {WriteKind::Cached, false},        {WriteKind::ImportDocument, true}, {WriteKind::ApplyFile, false},
-    {WriteKind::Document, true},
+    {WriteKind::SetFromOutside, true},  {WriteKind::SetByHost, true},      {WriteKind::Update, false},
+    {WriteKind::User, false},           {WriteKind::Auto, false},          {WriteKind::Vital, false},
+    {WriteKind::Cached, false},         {WriteKind::ImportDocument, true}, {WriteKind::ApplyFile, false},
+    {WriteKind::Document, true, false},
 };
 
 constexpr CheckSelection kReferences = {CHECK_REFERENCES};
@@ -71,6 +73,7 @@ class DocumentDiagnosis {
     const auto schema = AssembleDocumentSchema(data, document_.schemas);
     VisitViolations(schema->document, data, ChecksOf(use_.kind), document_.storage->allocator, findings_.Errors());
     FindNullsAndRepeats(document_, findings_.Errors());
+    if (use_.isSplit) FindUndescribed(data, schema->document, "", findings_.Errors());
     for (const TypeEntry& entry : document_.entries) VisitEntry(entry);
     for (const auto& record : OrvoSchemaStore::SchemaStore::GetStore()->ListSchemas()) {
       types_.push_back(TypeName(record.component, record.group, record.key));
@@ -129,8 +132,13 @@ std::vector<Diagnostic> DiagnoseForm(const std::string& text, JsonStorage& stora
 
 std::optional<Diagnostic> FindSyntaxError(const std::string& text) {
   JsonReadFailure failure;
-  if (ReadDocumentText(text, &failure) != nullptr) return std::nullopt;
-  return Unreadable(text, failure);
+  const std::shared_ptr<JsonStorage> storage = ReadDocumentText(text, &failure);
+  if (storage == nullptr) return Unreadable(text, failure);
+  Findings repeats;
+  FindRepeat(storage->document, "", repeats.Errors());
+  const JsonValue anything(rapidjson::kObjectType);
+  const auto found = repeats.Place(text, storage->document, anything, [](const auto&, Diagnostic&) {});
+  return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
 std::vector<Diagnostic> DiagnoseDocument(const std::string& text, DIAGNOSE_FOR use) {
@@ -156,6 +164,8 @@ std::vector<Diagnostic> DiagnoseObject(const ConfigStoreObjectId& id, const std:
   TypeEntry entry{{id.key, id.group, id.component}, schema, &storage->document};
   Findings findings;
   VisitViolations(node, storage->document, ChecksOf(kUses[use].kind), storage->allocator, findings.Errors());
+  FindRepeat(storage->document, "", findings.Errors());
+  if (kUses[use].isSplit) FindUndescribed(storage->document, node, "", findings.Errors());
   if (kUses[use].isWhole && HasReference(schema->GetJson())) {
     ForEachObject(entry, [&](const JsonValue& data) {
       VisitViolations(schema->GetObjectNode(), data, kReferences, storage->allocator, findings.Warnings(""));

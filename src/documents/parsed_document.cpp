@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "configstore/logging.h"
+#include "documents/unstorable.h"
 #include "objects/json_access.h"
 #include "platform/schema_check.h"
 
@@ -61,7 +62,7 @@ std::shared_ptr<JsonStorage> ReadDocumentText(const std::string& text, JsonReadF
   *failure = {0, "Text is longer than 1 GiB."};
   if (text.size() > kMaxDocumentBytes) return nullptr;
   auto storage = std::make_shared<JsonStorage>(text.size());
-  return ReadJson(text, storage->document, failure) ? storage : nullptr;
+  return ReadJson(text, storage->document, failure, kMaxJsonDepth + kDocumentLevels) ? storage : nullptr;
 }
 
 void FindTypes(ParsedDocument& document) {
@@ -92,6 +93,7 @@ void FindNullsAndRepeats(const ParsedDocument& document, const FindingListener& 
   std::unordered_set<ConfigStoreObjectId> met;
   for (const TypeEntry& entry : document.entries) {
     if (!met.insert(entry.type).second) Tell(listener, *entry.value, entry.Path(), "Type is there twice");
+    ForEachObject(entry, [&](const JsonValue& data) { FindRepeat(data, entry.Path(), listener); });
     const bool isArray = !entry.schema->IsSingleton();
     if (entry.value->IsNull()) {
       Tell(listener, *entry.value, entry.Path(), isArray ? kExpectedArray : kExpectedObject);

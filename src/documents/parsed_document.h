@@ -32,7 +32,8 @@ struct ParsedDocument {
   std::vector<TypeEntry> entries;  ///< of the types that are registered, in the order of the document
 };
 
-/// Returns the JSON of a text; null, with the reason, when it has none.
+/// Returns the JSON of a text, in which objects may be as deep as the store holds
+/// them; null, with the reason, when it has none.
 std::shared_ptr<JsonStorage> ReadDocumentText(const std::string& text, JsonReadFailure* failure);
 
 /// Finds the types of a document. Throws "Invalid JSON" without an object "components".
@@ -42,7 +43,8 @@ void FindTypes(ParsedDocument& document);
 ParsedDocument ParseDocument(const std::string& text);
 
 /// Tells `listener` what the validator does not see: a null in the place of a
-/// component, a group, a type or an instance, and a type that comes twice.
+/// component, a group, a type or an instance, a type that comes twice, and a member
+/// of an object that does.
 void FindNullsAndRepeats(const ParsedDocument& document, const FindingListener& listener);
 
 /// Returns a listener that appends what it hears to `errors`.

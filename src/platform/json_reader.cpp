@@ -57,7 +57,7 @@ double ConvertExtreme(const char* text) {
 // parser ends when a function returns false.
 class DocumentBuilder {
  public:
-  explicit DocumentBuilder(JsonDocument& document) : document_(document) {}
+  DocumentBuilder(JsonDocument& document, int levels) : document_(document), levels_(levels) {}
 
   bool Null() { return document_.Null(); }
   bool Bool(bool value) { return document_.Bool(value); }
@@ -98,13 +98,18 @@ class DocumentBuilder {
   const char* Reason() const { return reason_; }
 
  private:
-  bool Deeper() { return ++depth_ <= kMaxJsonDepth || Refuse("Nested deeper than 512 levels."); }
+  bool Deeper() {
+    static_assert(kMaxJsonDepth == 512 && kDocumentLevels == 5, "the texts say so");
+    if (++depth_ <= levels_) return true;
+    return Refuse(levels_ > kMaxJsonDepth ? "Nested deeper than 517 levels." : "Nested deeper than 512 levels.");
+  }
   bool Refuse(const char* reason) {
     reason_ = reason;
     return false;
   }
 
   JsonDocument& document_;
+  const int levels_;
   int depth_ = 0;
   const char* reason_ = nullptr;
 };
@@ -112,12 +117,13 @@ class DocumentBuilder {
 // Runs the parser inside the document, which then takes the value over.
 struct Generator {
   const std::string& text;
+  const int levels;
   JsonReadFailure& failure;
 
   bool operator()(JsonDocument& document) {
     rapidjson::StringStream stream(text.c_str());
     rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, JsonHeap> reader(SharedHeap());
-    DocumentBuilder builder(document);
+    DocumentBuilder builder(document, levels);
     const rapidjson::ParseResult result = reader.Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, builder);
     if (!result.IsError()) return true;
     failure.offset = result.Offset();
@@ -156,7 +162,7 @@ std::shared_ptr<JsonStorage> CopyToStorage(const JsonValue& value) {
   return storage;
 }
 
-bool ReadJson(std::string_view view, JsonDocument& document, JsonReadFailure* failure) {
+bool ReadJson(std::string_view view, JsonDocument& document, JsonReadFailure* failure, int levels) {
   document.SetNull();
   PlainGenerator plain{view};
   document.Populate(plain);
@@ -170,7 +176,7 @@ bool ReadJson(std::string_view view, JsonDocument& document, JsonReadFailure* fa
     met = {nul, "Text holds a NUL byte."};
   } else {
     met.reason = nullptr;
-    Generator generator{text, met};
+    Generator generator{text, levels, met};
     document.Populate(generator);
     done = met.reason == nullptr;
   }

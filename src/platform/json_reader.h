@@ -14,6 +14,9 @@ namespace OrvoConfigStore {
 /// Bounds of what is read and written as one object.
 constexpr size_t kMaxJsonBytes = size_t{16} << 20;
 constexpr int kMaxJsonDepth = 512;
+/// What stands around an object in a document: the document itself, its components,
+/// component, group and array of instances.
+constexpr int kDocumentLevels = 5;
 
 /// A document and the allocator it draws from, which outlives it.
 struct JsonStorage {
@@ -40,10 +43,10 @@ struct JsonReadFailure {
 };
 
 /// Parses `text` into `document`; false, with the document null, when it is not
-/// one JSON value within the depth bound. Numbers are exact: an integer that
+/// one JSON value of at most `levels` levels. Numbers are exact: an integer that
 /// fits 64 bits stays one, every other number is the nearest double, and one
 /// that is not finite is refused, as is a raw NUL.
-bool ReadJson(std::string_view text, JsonDocument& document, JsonReadFailure* failure);
+bool ReadJson(std::string_view text, JsonDocument& document, JsonReadFailure* failure, int levels = kMaxJsonDepth);
 
 /// Appends `value` as compact text to `out`; false, with `out` as it was, when
 /// it holds a number that is not finite or nests deeper than can be read back.

@@ -24,6 +24,12 @@ std::string Text(const std::vector<Diagnostic>& diagnostics) {
   return text;
 }
 
+// Holds what validation lets pass and no layer takes.
+constexpr char kOpen[] = R"({"component": "c", "group": "g", "key": "open", "version": "1", "schema": {"type": "object",
+  "properties": {"color": {"type": "string", "vital": true}, "bare": {"type": "object"},
+    "part": {"type": "array", "items": {"type": "object", "properties": {"a": {"type": "integer"}}}}}}})";
+const ConfigStoreObjectId kOpenType("open", "g", "c");
+
 struct ObjectCase {
   ConfigStoreObjectId id;
   DIAGNOSE_FOR use;
@@ -53,6 +59,13 @@ const ObjectCase kObjectCases[] = {
     {kStackSettings, DIAGNOSE_SET, "{'hostname':'n','link':[{'name':'a'},{'name':'a'}],'default_link':'b'}",
      "1:38 /link/1 [a]: Duplicate instanceIds: a (object)\n"
      "warning 1:67 /default_link: REFERENCE ERROR: /default_link->/link/name (string, names a value of /link/name)"},
+    {kStackSettings, DIAGNOSE_SET, "{'hostname':'n',\n'hostname':'m'}",
+     "2:1 /hostname: Member is there twice: hostname"},
+    {kOpenType, DIAGNOSE_UPDATE, "{'colr':'x','bare':{},\n'part':[{'a':1},{'b':1}]}",
+     "1:2 /colr: Invalid field in schema: colr ?color\n"
+     "1:20 /bare: The schema describes no member of this object: it cannot be stored (object)\n"
+     "2:18 /part/1/b: Invalid field in schema: b"},
+    {kOpenType, DIAGNOSE_STAGE, "{'colr':'x'}", ""},
     {kStackSettings, DIAGNOSE_UPDATE, "{'default_link':'b'}", ""},
     {kStackSettings, DIAGNOSE_VITAL, "{'mtu':1500}", "1:8 /mtu: property is not vital (integer, from 576 to 9000)"},
     {kStackSettings, DIAGNOSE_USER, "{'hostname':'n','learned_domain':'x'}",
@@ -98,7 +111,7 @@ const DocumentCase kDocumentCases[] = {
 }  // namespace
 
 TEST(Diagnostics, ObjectsAreExplainedInPlace) {
-  const TestStore store;
+  const TestStore store{{kOpen}};
   for (const ObjectCase& row : kObjectCases) {
     EXPECT_EQ(row.expected, Text(DiagnoseObject(row.id, Quoted(row.text), row.use))) << row.text;
   }

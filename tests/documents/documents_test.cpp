@@ -189,6 +189,8 @@ const RefusedCase kRefused[] = {
      "expected object.; /components/meterd/probes/probe: INCORRECT TYPE: expected object.]"},
     {"{'components':{'meterd':{'probes':{'probe':[]},'probes':{'probe':[]}}}}",
      "1055 Import operation failed [/components/meterd/probes/probe: Type is there twice]"},
+    {"{'components':{'meterd':{'probes':{'probe':[{'name':'a','rate':1,'window':{'size':1.0,'size':2.0}}]}}}}",
+     "1055 Import operation failed [/components/meterd/probes/probe: Member is there twice: size]"},
     {"{'components':{'meterd':{'probes':{'probe':[{'name':'a','rate':0},{'name':'b'},{'rate':'x','name':'c'}]}}}}",
      "1055 Import operation failed [/components/meterd/probes/probe/rate: Integer value below minimum: 1; "
      "/components/meterd/probes/probe: Required property missing: rate; /components/meterd/probes/probe/rate: "
@@ -259,6 +261,24 @@ TEST_F(Documents, ExportOfAnImportIsTheSameText) {
     ASSERT_EQ(first, Export(With(SECRETS_INCLUDED)));
   }
   EXPECT_LT(20, imported);
+}
+
+// The deepest object that can be stored stands below five levels of the document.
+TEST_F(Documents, DeepestObjectComesBack) {
+  store.Register(R"({"component":"deepd","group":"g","key":"tree","version":"1","schema":{"type":"array",
+    "instanceId":"name","items":{"type":"object","required":["name"],"properties":{
+    "name":{"type":"string","instanceId":true},"branch":{"type":"object","vital":true,"cached":true}}}}})");
+  const auto nested = [](size_t levels) {
+    return R"({"name":"a","branch":)" + Repeated(R"({"a":)", levels - 1) + "1" + Repeated("}", levels);
+  };
+  store.Set({"tree", "g", "deepd", "a"}, nested(512));
+  const std::string document = Export();
+  store.Run("DELETE FROM Config;");
+  Import(document);
+  EXPECT_EQ(document, Export());
+  EXPECT_EQ("1080 Failed to parse JSON String",
+            Thrown([&] { Import(Document("deepd", "g", "tree", "[" + nested(513) + "]")); }));
+  EXPECT_EQ(document, Export());
 }
 
 TEST_F(Documents, KilledImportChangesNothing) {
