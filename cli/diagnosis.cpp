@@ -18,7 +18,11 @@ bool BlamesText(const ConfigStoreException& error) {
     return !validation->GetErrors().empty();
   }
   if (dynamic_cast<const OrvoConfigStore::InvalidArgumentException*>(&error) != nullptr) return true;
-  return std::strcmp(error.what(), "Invalid JSON") == 0;
+  // What a write cannot split into layers.
+  for (const char* reason : {"Invalid JSON", "Invalid field in schema: "}) {
+    if (std::strstr(error.what(), reason) != nullptr) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -32,6 +36,7 @@ void FailDiagnosed(const ConfigStoreException& error, const InputText& input, co
   if (failure.diagnostics.empty() && !isInvalid) throw;
   if (!isInvalid) {
     failure.exit = Exit::kInvalid;
+    failure.message = error.what();
     failure.where = input.name;
     failure.next = "correct it and try again; nothing was changed";
   }

@@ -1,24 +1,31 @@
 #include "editor.h"
 
+#include <configstore/errors.h>
+#include <configstore/inspect.h>
+#include <configstore/json_document.h>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
+#include <vector>
 
 #include "failure.h"
+#include "json_text.h"
 #include "session.h"
 
 namespace csctl {
 
+using OrvoConfigStore::ConfigStoreObjectId;
+
 namespace {
 
-constexpr char kNext[] = "set EDITOR to a program that edits a file and ends well; nothing was changed";
-
-/// A file of this user alone; gone with it.
+/// A file of this user alone; gone with it, unless it is kept.
 class PrivateFile {
  public:
   explicit PrivateFile(const std::string& content) {
@@ -36,15 +43,59 @@ class PrivateFile {
     unlink(path_.c_str());
     throw CommandFailed({Exit::kUsage, reason, path_, "set TMPDIR to a directory that takes a file"});
   }
-  ~PrivateFile() { unlink(path_.c_str()); }
+  ~PrivateFile() {
+    if (!isKept_) unlink(path_.c_str());
+  }
   PrivateFile(const PrivateFile&) = delete;
   PrivateFile& operator=(const PrivateFile&) = delete;
 
   const std::string& Path() const { return path_; }
+  void Keep() { isKept_ = true; }
 
  private:
   std::string path_;
+  bool isKept_ = false;
 };
+
+// --- masking a text that is no JSON ------------------------------------------
+
+std::vector<std::string> SecretNames(const ConfigStoreObjectId& id) {
+  std::vector<std::string> names;
+  for (const auto& field : OrvoConfigStore::DescribeType({id.key, id.group, id.component})) {
+    if (field.type.find("secret") != std::string::npos) names.push_back(field.path.substr(field.path.rfind('/') + 1));
+  }
+  return names;
+}
+
+/// Returns where the first of the names in a line ends; npos without one.
+size_t EndOfName(const std::string& line, const std::vector<std::string>& names) {
+  size_t end = std::string::npos;
+  for (const std::string& name : names) {
+    const size_t at = line.find(name);
+    if (at != std::string::npos) end = std::min(end, at + name.size());
+  }
+  return end;
+}
+
+/// Whether a line may go on with the value that the one before began.
+bool MayGoOn(const std::string& line) {
+  return line.find("\":") == std::string::npos && line.find_first_not_of("{}[], \t\r") != std::string::npos;
+}
+
+std::string MaskLines(const std::string& text, const std::vector<std::string>& names) {
+  std::string masked, line;
+  bool isBehindSecret = false;
+  for (std::istringstream lines(text); std::getline(lines, line);) {
+    const size_t end = EndOfName(line, names);
+    if (end == std::string::npos && isBehindSecret && MayGoOn(line)) continue;
+    isBehindSecret = end != std::string::npos;
+    if (isBehindSecret) line = line.substr(0, end) + "\": \"" + OrvoConfigStore::kSecretMask + "\",";
+    masked += line + "\n";
+  }
+  return masked;
+}
+
+}  // namespace
 
 std::string EditorCommand() {
   for (const char* name : {"VISUAL", "EDITOR"}) {
@@ -54,9 +105,7 @@ std::string EditorCommand() {
   return "vi";
 }
 
-}  // namespace
-
-std::string EditText(const std::string& text) {
+Edited EditText(const std::string& text) {
   const PrivateFile file(text);
   // Through the shell: the variable may hold arguments.
   std::string script = EditorCommand() + " \"$1\"", path = file.Path();
@@ -64,13 +113,29 @@ std::string EditText(const std::string& text) {
   char* const arguments[] = {shell, option, script.data(), name, path.data(), nullptr};
   pid_t child = 0;
   const int error = posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments, environ);
-  if (error != 0) throw CommandFailed({Exit::kUsage, std::strerror(error), "/bin/sh", kNext});
+  if (error != 0) throw CommandFailed({Exit::kUsage, std::strerror(error), "/bin/sh", "nothing was changed"});
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    throw CommandFailed({Exit::kUsage, "the editor failed", EditorCommand(), kNext});
+  return {ReadInput(path), WIFEXITED(status) && WEXITSTATUS(status) == 0};
+}
+
+std::string KeepEdited(const ConfigStoreObjectId& id, const std::string& text) {
+  PrivateFile file(WithoutSecrets(id, text));
+  file.Keep();
+  return file.Path();
+}
+
+std::string WithoutSecrets(const ConfigStoreObjectId& id, const std::string& text) {
+  const std::string masked = OrvoConfigStore::MaskSecrets(id, text);
+  if (masked == text) return text;
+  std::string compact;
+  try {
+    const auto document = OrvoConfigStore::CreateDocumentFromString(text);
+    OrvoConfigStore::SerializeValue(*document->GetJsonValuePtr(), compact);
+  } catch (const OrvoConfigStore::ConfigStoreException&) {
+    return MaskLines(text, SecretNames(id));
   }
-  return ReadInput(path);
+  return masked == compact ? text : IndentJson(masked) + "\n";
 }
 
 }  // namespace csctl

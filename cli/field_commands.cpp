@@ -4,8 +4,10 @@
 #include <configstore/errors.h>
 
 #include <CLI/CLI.hpp>
+#include <functional>
 
 #include "command.h"
+#include "diagnosis.h"
 #include "editor.h"
 #include "failure.h"
 #include "json_text.h"
@@ -46,16 +48,32 @@ std::vector<FieldEdit> ParseEdits(const WriteOptions& options, FieldEdit::Kind k
   return edits;
 }
 
-/// Changes one layer: it is read, changed and written back in one transaction.
-template <class Change>
-Exit ChangeLayer(Session& session, const char* done, const ConfigStoreObjectId& id, const Layer& layer, Change change) {
+/// Changes one layer: it is read, changed and written back in one transaction. A
+/// refusal is explained by `diagnose`, which is given what was to be written.
+template <class Change, class DiagnoseText>
+Exit ChangeLayer(Session& session, const char* done, const ConfigStoreObjectId& id, const Layer& layer, Change change,
+                 DiagnoseText diagnose) {
   auto store = OpenStore();
   const WriteReport report = PerformWrite(store, id, [&](const Row& row) {
     const std::string before = (row ? (*row).*layer.text : std::nullopt).value_or("{}");
-    layer.set(*store, ConfigStore::CreateObject(id, change(row, before)));
+    const InputText after{session.where, change(row, before)};
+    WriteDiagnosed(
+        after, [&] { return diagnose(after.text); },
+        [&] { layer.set(*store, ConfigStore::CreateObject(id, after.text)); });
   });
   PrintWrite(session, done, id, report);
   return Exit::kDone;
+}
+
+/// Changes one layer by edits. The text that they make is nobody's, so that no
+/// position in it is told.
+Exit ChangeFields(Session& session, const char* done, const ConfigStoreObjectId& id, const Layer& layer,
+                  const std::function<std::string(const Row& row, const std::string& text)>& change) {
+  return ChangeLayer(session, done, id, layer, change, [&](const std::string& text) {
+    std::vector<Diagnostic> found = OrvoConfigStore::DiagnoseObject(id, text, layer.use);
+    for (Diagnostic& diagnostic : found) diagnostic.line = diagnostic.column = 0;
+    return found;
+  });
 }
 
 // --- unset -------------------------------------------------------------------
@@ -63,7 +81,7 @@ Exit ChangeLayer(Session& session, const char* done, const ConfigStoreObjectId& 
 Exit UnsetFields(Session& session, const WriteOptions& options) {
   const ConfigStoreObjectId id = session.TakeObject(options.id);
   const std::vector<FieldEdit> edits = ParseEdits(options, FieldEdit::UNSET);
-  return ChangeLayer(session, "unset", id, options.CallersLayer(), [&](const Row& row, const std::string& layer) {
+  return ChangeFields(session, "unset", id, options.CallersLayer(), [&](const Row& row, const std::string& layer) {
     if (!row) FailNotFound("there is no such object", "\"csctl ls\" lists what is stored");
     return OrvoConfigStore::EditFields(id, layer, edits);
   });
@@ -89,12 +107,46 @@ bool IsSame(const Row& a, const Row& b) {
 }
 
 /// Parses what the editor left; the secrets that it never saw come back.
-std::string TakeEdited(const ConfigStoreObjectId& id, const std::string& text, const std::string& layer) {
-  try {
-    return OrvoConfigStore::UnmaskSecrets(id, text, layer);
-  } catch (const OrvoConfigStore::InvalidArgumentException&) {
-    throw CommandFailed({Exit::kInvalid, "what was edited is no JSON object", "", "edit again; nothing was changed"});
+std::string TakeEdited(const ConfigStoreObjectId& id, const Edited& edited, const std::string& layer) {
+  if (!edited.isDone) {
+    throw CommandFailed({Exit::kUsage, "the editor failed", EditorCommand(),
+                         "set EDITOR to a program that edits a file and ends well; nothing was changed"});
   }
+  try {
+    return OrvoConfigStore::UnmaskSecrets(id, edited.text, layer);
+  } catch (const OrvoConfigStore::InvalidArgumentException&) {
+    Failure failure{Exit::kInvalid, "what was edited is no JSON object", "", "edit again; nothing was changed"};
+    if (const auto found = OrvoConfigStore::FindSyntaxError(edited.text)) failure.diagnostics.push_back(*found);
+    throw CommandFailed(failure);
+  }
+}
+
+/// Stores what was edited, if the row is still as it was `opened`.
+Exit StoreEdited(Session& session, const ConfigStoreObjectId& id, const Layer& layer, const Row& opened,
+                 const std::string& stored, const Edited& edited) {
+  const std::string text = TakeEdited(id, edited, stored);
+  const auto change = [&](const Row& row, const std::string&) {
+    if (IsSame(row, opened)) return text;
+    throw CommandFailed({Exit::kConflict, "the object has changed since the editor was opened", "",
+                         "edit again, or set single fields with \"csctl set ID FIELD=VALUE\"; nothing was changed"});
+  };
+  return ChangeLayer(session, "stored", id, layer, change, [&](const std::string&) {
+    return OrvoConfigStore::DiagnoseObject(id, WithoutSecrets(id, edited.text), layer.use);
+  });
+}
+
+/// Fails as `error` says; what was edited is not lost.
+[[noreturn]] void FailKeeping(const std::exception& error, const Session& session, const ConfigStoreObjectId& id,
+                              const Layer& layer, const std::string& text) {
+  Failure failure = Explain(error, session.where);
+  try {
+    const std::string path = Printable(KeepEdited(id, text));
+    failure.next = "what you edited is kept in " + path + "; correct it there, then \"csctl set " + session.where +
+                   " --layer " + layer.name + " -f " + path + "\"; nothing was changed";
+  } catch (const CommandFailed& lost) {
+    failure.next += "; what you edited could not be kept: " + std::string(lost.what());
+  }
+  throw CommandFailed(failure);
 }
 
 Exit EditObject(Session& session, const WriteOptions& options) {
@@ -105,17 +157,17 @@ Exit EditObject(Session& session, const WriteOptions& options) {
   const std::string stored = (opened ? (*opened).*layer.text : std::nullopt).value_or("{}");
   OrvoConfigStore::UnmaskSecrets(id, stored, stored);  // refuses what is damaged
   const std::string shown = IndentJson(OrvoConfigStore::MaskSecrets(id, stored)) + "\n";
-  const std::string text = EditText(shown);
-  if (text == shown) {
+  const Edited edited = EditText(shown);
+  if (edited.text == shown) {
+    if (!edited.isDone) TakeEdited(id, edited, stored);
     session.PrintResult("unchanged " + session.where, JsonObject({{"unchanged", JsonString(session.where)}}));
     return Exit::kDone;
   }
-  const std::string edited = TakeEdited(id, text, stored);
-  return ChangeLayer(session, "stored", id, layer, [&](const Row& row, const std::string&) {
-    if (IsSame(row, opened)) return edited;
-    throw CommandFailed({Exit::kConflict, "the object has changed since the editor was opened", "",
-                         "edit again, or set single fields with \"csctl set ID FIELD=VALUE\"; nothing was changed"});
-  });
+  try {
+    return StoreEdited(session, id, layer, opened, stored, edited);
+  } catch (const std::exception& error) {
+    FailKeeping(error, session, id, layer, edited.text);
+  }
 }
 
 Run SetUpEdit(CLI::App& app) {
@@ -130,7 +182,7 @@ Run SetUpEdit(CLI::App& app) {
 Exit SetFields(Session& session, const ConfigStoreObjectId& id, const WriteOptions& options) {
   const std::vector<FieldEdit> edits =
       ParseEdits(options, options.takesJson ? FieldEdit::SET_JSON : FieldEdit::SET_WORD);
-  return ChangeLayer(session, "stored", id, options.CallersLayer(), [&](const Row&, const std::string& layer) {
+  return ChangeFields(session, "stored", id, options.CallersLayer(), [&](const Row&, const std::string& layer) {
     return OrvoConfigStore::EditFields(id, layer, edits);
   });
 }

@@ -1,6 +1,7 @@
 #include <configstore/schema_tools.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "command.h"
 #include "json_text.h"
@@ -36,9 +37,24 @@ std::string FindingLine(const SchemaFinding& finding) {
   return Printable(finding.file) + place + ": " + SeverityWord(finding) + ": " + Printable(what);
 }
 
-Exit Lint(Session& session, const std::vector<std::string>& files) {
+constexpr char kStandardInput[] = "-";
+
+std::vector<SchemaFinding> FindMistakes(std::vector<std::string> files) {
+  std::vector<SchemaFinding> findings;
+  const auto input = std::find(files.begin(), files.end(), kStandardInput);
+  if (input != files.end()) {
+    const InputText text = ReadText(*input);
+    findings = OrvoConfigStore::LintSchema(text.text);
+    for (SchemaFinding& finding : findings) finding.file = text.name;
+    files.erase(std::remove(files.begin(), files.end(), kStandardInput), files.end());
+  }
   for (const std::string& file : files) ReadInput(file);  // an unreadable one is the caller's slip
-  const auto findings = OrvoConfigStore::LintSchemaFiles(files);
+  for (SchemaFinding& finding : OrvoConfigStore::LintSchemaFiles(files)) findings.push_back(std::move(finding));
+  return findings;
+}
+
+Exit Lint(Session& session, const std::vector<std::string>& files) {
+  const auto findings = FindMistakes(files);
   Exit exit = findings.empty() ? Exit::kDone : Exit::kNo;
   std::vector<std::string> elements;
   for (const SchemaFinding& finding : findings) {
@@ -55,7 +71,8 @@ Exit Lint(Session& session, const std::vector<std::string>& files) {
 
 Run SetUpLint(CLI::App& app) {
   auto files = std::make_shared<std::vector<std::string>>();
-  app.add_option("FILE", *files, "Schema files that are to be registered together")->required();
+  app.add_option("FILE", *files, "Schema files that are to be registered together, \"-\" for standard input")
+      ->required();
   return [files](Session& session) { return Lint(session, *files); };
 }
 

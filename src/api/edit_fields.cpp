@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "api/checks.h"
+#include "api/describe.h"
 #include "api/field_words.h"
+#include "api/nearest_name.h"
 #include "api/secrets.h"
 #include "configstore/errors.h"
 #include "platform/json_reader.h"
@@ -39,6 +41,12 @@ struct Refusal {
   std::string reason;
 };
 
+// What a name may have been meant to be, for a message.
+std::string Suggestion(const JsonValue& node, const std::string& name) {
+  const std::string nearest = NearestName(name, PropertyNames(&node));
+  return nearest.empty() ? nearest : "; did you mean \"" + nearest + "\"?";
+}
+
 // An absent field that is to be unset.
 struct Absent {};
 
@@ -63,7 +71,7 @@ class Editor {
     const JsonValue* property = PropertyOf(&node, steps[at]);
     JsonValue* member = FindValue(object, steps[at]);
     if (property == nullptr && (edit.kind != FieldEdit::UNSET || member == nullptr)) {
-      throw Refusal{"The type has no such field"};
+      throw Refusal{"The type has no such field" + Suggestion(node, steps[at])};
     }
     const bool isLast = at + 1 == steps.size();
     if (edit.kind == FieldEdit::UNSET) {
@@ -121,7 +129,7 @@ class Editor {
     JsonValue value;
     if (edit.kind == FieldEdit::SET_WORD) {
       const std::string reason = ReadWord(edit.value, node, value, allocator_);
-      if (!reason.empty()) throw Refusal{reason};
+      if (!reason.empty()) throw Refusal{reason + "; allowed: " + DescribeRules(node)};
       return value;
     }
     JsonStorage parsed(edit.value.size());

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 
 #include "cli/host.h"
 #include "platform/db_store.h"
@@ -18,15 +20,24 @@ const Case kFieldCases[] = {
      {"set", kNetd, "mtu=x", "routing=1", "link=1", "foo=1", "hostname/a=b", "link/eth0/name=x"},
      "",
      3,
-     {"mtu: The value is no integer", "routing: The field holds further ones", "foo: The type has no such field",
-      "hostname/a: ", "link/eth0/name: An identifier cannot be changed"}},
+     {"mtu: The value is no integer; allowed: integer, from 576 to 9000\n", "routing: The field holds further ones",
+      "foo: The type has no such field\n", "hostname/a: ", "link/eth0/name: An identifier cannot be changed"}},
+    {"SetMisspelt",
+     {"set", kNetd, "hostnme=x"},
+     "",
+     3,
+     {"hostnme: The type has no such field; did you mean \"hostname\"?"}},
     {"SetBadJson", {"set", kNetd, "--value-json", "mtu={"}, "", 3, {"mtu: No JSON"}},
-    {"SetInvalid", {"set", kNetd, "mtu=1"}, "", 3, {"/mtu: Integer value below minimum: 576"}},
+    {"SetInvalid",
+     {"set", kNetd, "mtu=1"},
+     "",
+     3,
+     {"/mtu: Integer value below minimum: 576; allowed: integer, from 576 to 9000\n"}},
     {"SetNoAssignment", {"set", kNetd, "mtu"}, "", 2, {"not FIELD=VALUE"}},
     {"SetFieldsAndFile", {"set", kNetd, "mtu=1400", "-f", "x"}, "", 2, {"excludes"}},
     {"Unset", {"unset", kNetd, "mtu", "link/eth1"}, "", 0, {"changed: user layer"}},
     {"UnsetAbsent", {"unset", kNetd, "hw_address"}, "", 4, {"no such field: hw_address", "--layer"}},
-    {"UnsetRequired", {"unset", kNetd, "hostname"}, "", 3, {"hostname"}},
+    {"UnsetRequired", {"unset", kNetd, "hostname"}, "", 3, {"hostname; allowed: string"}},
     {"UnsetOfNoObject", {"unset", kUser + "@nobody", "uid"}, "", 4, {"no such object"}},
 };
 
@@ -92,10 +103,45 @@ TEST_F(Fields, EditorChangesALayerAndSeesNoSecret) {
   const Outcome conflict = Run({"edit", id});
   EXPECT_EQ(6, conflict.exit) << conflict.err;
   EXPECT_NE(std::string::npos, Run({"get", id, "--json"}).out.find("\"uid\":7"));
-  setenv("EDITOR", "echo no > ", 1);
-  Expect({"", {}, "", 3, {"no JSON object"}}, Run({"edit", id}));
   setenv("EDITOR", "false", 1);
   Expect({"", {}, "", 2, {"the editor failed"}}, Run({"edit", id}));
+  unsetenv("EDITOR");
+  unsetenv("TMPDIR");
+}
+
+// What an editor made of the object, why it is refused, and what of it is kept.
+struct RefusedEdit {
+  const char* editor;
+  int exit;
+  const char* reason;
+  const char* kept;
+};
+
+const RefusedEdit kRefusedEdits[] = {
+    {"sed -i 's/1001/-1/'", 3, "line 3, column 10: /uid: Integer value below minimum: 0; allowed: ", "-1"},
+    {"sed -i 's/1001/-1/; s/\"•••\"/\"MARK\"/'", 3, "/uid: ", "-1"},
+    {"sed -i 's/1001/10 01/; s/\"•••\"/\"MARK\\nMARK/'", 3, "no JSON object\n  line 3, column", "10 01"},
+    {"x=RK; f() { sed -i \"s/1001/10/; s/•••/MA$x/\" $1; false; }; f", 2, "the editor failed", "10"},
+};
+
+TEST_F(Fields, RefusedEditIsKeptWithoutSecrets) {
+  const std::string id = kUser + "@dora", folder = root_.Path() + "/private";
+  ASSERT_EQ(0, Run({"set", id}, R"({"login":"dora","uid":1001,"password_hash":"$6$ab12$MARKMARK"})").exit);
+  std::filesystem::create_directory(folder);
+  setenv("TMPDIR", folder.c_str(), 1);
+  for (const RefusedEdit& row : kRefusedEdits) {
+    setenv("EDITOR", row.editor, 1);
+    const Outcome refused = Run({"edit", id});
+    Expect({"", {}, "", row.exit, {row.reason, "kept in " + folder, "csctl set " + id + " --layer user -f "}}, refused);
+    const std::filesystem::directory_iterator files(folder);
+    ASSERT_EQ(1, std::distance(begin(files), end(files))) << row.editor;
+    const std::string path = std::filesystem::directory_iterator(folder)->path();
+    const std::string kept = root_.Read(path.substr(root_.Path().size()));
+    EXPECT_NE(std::string::npos, kept.find(row.kept)) << kept;
+    EXPECT_EQ(std::string::npos, (kept + refused.err).find("MARK")) << kept << refused.err;
+    EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path).permissions());
+    std::filesystem::remove(path);
+  }
   unsetenv("EDITOR");
   unsetenv("TMPDIR");
 }
@@ -121,6 +167,21 @@ const Case kDryRuns[] = {
      0,
      {kUser + "@dora: would be deleted with its user, vital and cached layers", ": would be created in its user layer",
       "/password_hash: - -> \"\xe2\x80\xa2"}},
+    {"Import",
+     {"import", "-"},
+     R"({"components":{"accessd":{"local":{"user_account":[{"login":"a","uid":1}]}}}})",
+     0,
+     {kUser + "@dora: would be deleted with its user", ": would be created in its user layer"}},
+    {"Apply",
+     {"apply", "-f", "-"},
+     R"({"components":{"accessd":{"local":{"user_account":[{"cs_generated_id":"dora","login":"dora","uid":7}]}}}})",
+     0,
+     {kUser + "@dora: would be changed in its user layer", "user /uid: 1001 -> 7"}},
+    {"ImportRefused",
+     {"import", "-"},
+     R"({"components":{"netd":{"ipstack":{"stack_settings":{"mtu":1}}}}})",
+     3,
+     {"mtu"}},
     {"Delete", {"delete", kUser, "--all", "--yes"}, "", 0, {"@dora: would be deleted"}},
     {"Unset", {"unset", kNetd, "mtu"}, "", 0, {"user /mtu: 1500 -> -"}},
     {"Confirm", {"confirm", kNetd}, "", 0, {"the desired value is in force now"}},

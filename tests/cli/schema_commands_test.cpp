@@ -25,12 +25,18 @@ TEST_F(SchemaCommands, LintEndsByWhatItFinds) {
   const Outcome warned = Run({"schema", "lint", open_});
   EXPECT_EQ(1, warned.exit);
   EXPECT_EQ(0u, warned.out.find(open_ + ":1:54: warning: /schema: "));
+  EXPECT_EQ(0u, Run({"schema", "lint", "-"}, kOpen).out.find("standard input:1:54: warning: /schema: "));
   const Outcome refused = Run({"schema", "lint", open_, wrong_, "--json"});
   EXPECT_EQ(3, refused.exit);
   EXPECT_NE(std::string::npos,
             refused.out.find(",\"pointer\":\"/schema/properties/a/default\",\"severity\":\"error\","));
   EXPECT_EQ(0u, refused.out.find("[{\"file\":\"" + open_ +
                                  "\",\"line\":1,\"column\":54,\"pointer\":\"/schema\",\"severity\":\"warning\","));
+}
+
+TEST_F(SchemaCommands, WhatALintWarnsOfIsRefusedInPlace) {
+  ASSERT_EQ(0, Run({"schema", "add", open_}).exit);
+  Expect({"", {}, "", 3, {"line 1, column 2: /x: Invalid field in schema: x"}}, Run({"set", "c/g/k"}, R"({"x":1})"));
 }
 
 const Case kSchemaCases[] = {

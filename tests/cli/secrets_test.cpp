@@ -18,6 +18,9 @@ const std::string kStored = R"({"login":"dora","uid":1001,"password_hash":"MARK7
 const std::string kDocument = R"({"components":{"accessd":{"local":{"user_account":[{"cs_generated_id":"dora",)"
                               R"("login":"dora","uid":1,"password_hash":"MARK7f3a2"}]}}}})";
 
+const std::string kUnfit = R"({"components":{"accessd":{"local":{"user_account":[{"cs_generated_id":"dora",)"
+                           R"("login":7,"uid":-1,"password_hash":["MARK7f3a"]}]}}}})";
+
 // One run of the tool; `isLook` for those that must not change a byte.
 struct Step {
   std::vector<std::string> arguments;
@@ -45,6 +48,16 @@ const Step kSteps[] = {
     {{"diff", "store", "-", "--patch"}, kDocument, true},
     {{"diff", "-", "defaults"}, kDocument, true},
     {{"diff", "-", "store"}, "{\"components\":{\"MARK\":\"MARK7f3a\"}}", true},
+    {{"export"}, "", true},
+    {{"export", "--secrets", "omit", "--layer", "auto", "-v"}, "", true},
+    {{"validate", kDora, "--json"}, "", true},
+    {{"validate", "-"}, kDocument, true},
+    {{"validate", "-", "--type", kUser},
+     R"([{"login":1,"password_hash":"MARK7f3a","password_hash":"MARK7f3b"}])",
+     true},
+    {{"validate", "-", "--gcc"}, R"({"components":{"accessd":{"local":{"user_account":[{"MARK":"MARK7f3a"]}}}})", true},
+    {{"import", "-", "--dry-run"}, kDocument, true},
+    {{"apply", "-f", "-", "--dry-run", "--json"}, kDocument, true},
     {{"set", kDora, "--dry-run"}, R"({"login":"d","uid":2,"password_hash":"MARK7f3a3"})", true},
     {{"set", kDora, "--dry-run", "--json", "password_hash=MARK7f3a4"}, "", true},
     {{"delete", kDora, "--dry-run", "--json"}, "", true},
@@ -60,6 +73,11 @@ const Step kSteps[] = {
     {{"update", kDora, "-v"}, R"({"password_hash":"MARK7f3a")", false},
     {{"replace", kUser, "-v"}, R"([{"login":"x","uid":1,"colour":1,"password_hash":"MARK7f3a"}])", false},
     {{"stage", "set", "-v"}, kDocument, false},
+    {{"import", "-", "-v"}, kUnfit, false},
+    {{"import", "-", "-v", "--json"}, kDocument.substr(0, kDocument.size() - 9), false},
+    {{"apply", "-f", "-", "-v"}, kUnfit, false},
+    {{"apply", "-f", "-", "-v"}, kDocument, false},
+    {{"import", "-", "-v"}, kDocument, false},
     {{"confirm", kDora, "--part", "-"}, R"({"login":"dora","uid":1,"password_hash":"MARK7f3a8"})", false},
     {{"set", kDora, "password_hash=MARK7f3a9"}, "", false},
     {{"backup", "/etc/halden/configstore/copy"}, "", false},
