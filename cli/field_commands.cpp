@@ -112,13 +112,15 @@ std::string TakeEdited(const ConfigStoreObjectId& id, const Edited& edited, cons
     throw CommandFailed({Exit::kUsage, "the editor failed", EditorCommand(),
                          "set EDITOR to a program that edits a file and ends well; nothing was changed"});
   }
+  const auto fault = OrvoConfigStore::FindSyntaxError(edited.text);
   try {
-    return OrvoConfigStore::UnmaskSecrets(id, edited.text, layer);
+    if (!fault) return OrvoConfigStore::UnmaskSecrets(id, edited.text, layer);
   } catch (const OrvoConfigStore::InvalidArgumentException&) {
-    Failure failure{Exit::kInvalid, "what was edited is no JSON object", "", "edit again; nothing was changed"};
-    if (const auto found = OrvoConfigStore::FindSyntaxError(edited.text)) failure.diagnostics.push_back(*found);
-    throw CommandFailed(failure);
+    // Not an object; what is no JSON has its place told.
   }
+  Failure failure{Exit::kInvalid, "what was edited is no JSON object", "", "edit again; nothing was changed"};
+  if (fault) failure.diagnostics.push_back(*fault);
+  throw CommandFailed(failure);
 }
 
 /// Stores what was edited, if the row is still as it was `opened`.

@@ -26,11 +26,14 @@ namespace {
   throw CommandFailed(failure);
 }
 
-/// Returns what `parse` makes of the input; what it refuses is blamed on that.
+/// Returns what `parse` makes of the input; what it refuses is blamed on that, and so
+/// is a member that comes twice, of which readers would take one or the other.
 template <class Parse>
 auto Parsed(const InputText& input, const char* expected, Parse parse) {
   try {
-    return parse();
+    auto parsed = parse();
+    if (!OrvoConfigStore::FindSyntaxError(input.text)) return parsed;
+    throw InvalidArgumentException(OrvoConfigStore::CS_JSON_STRING_INVALID, "Failed to parse JSON String");
   } catch (const InvalidArgumentException& error) {
     BlameInput(error, input, expected);
   }

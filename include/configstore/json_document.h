@@ -46,8 +46,7 @@ class CONFIGSTORE_API JsonDoc {
 /// Returns a new document, its root null.
 CONFIGSTORE_API std::shared_ptr<JsonDoc> CreateDocument();
 
-/// Parses `text`, one JSON value of at most 16 MiB and 512 levels, no object of
-/// which has two members of one name.
+/// Parses `text`, one JSON value of at most 16 MiB and 512 levels.
 /// Throws InvalidArgumentException(1080) when it is none.
 CONFIGSTORE_API std::shared_ptr<JsonDoc> CreateDocumentFromString(const std::string& text);
 

@@ -9,6 +9,7 @@
 #include "api/secrets.h"
 #include "configstore/errors.h"
 #include "platform/json_reader.h"
+#include "platform/json_repeats.h"
 #include "platform/json_values.h"
 #include "store/fields.h"
 
@@ -135,6 +136,7 @@ class Editor {
     JsonStorage parsed(edit.value.size());
     JsonReadFailure failure;
     if (!ReadJson(edit.value, parsed.document, &failure)) throw Refusal{std::string("No JSON: ") + failure.reason};
+    if (FindRepeatedName(parsed.document) != nullptr) throw Refusal{"No JSON: a member is there twice"};
     value.CopyFrom(parsed.document, allocator_);
     return value;
   }

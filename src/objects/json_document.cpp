@@ -12,7 +12,6 @@
 #include "platform/host_files.h"
 #include "platform/host_util.h"
 #include "platform/json_reader.h"
-#include "platform/json_repeats.h"
 
 namespace OrvoConfigStore {
 namespace {
@@ -27,10 +26,7 @@ bool ReadRegularFile(const std::string& path, std::string& out) {
 std::shared_ptr<JsonDoc> ParseDocument(const std::string& text) {
   JsonReadFailure failure{0, "Text is longer than 16 MiB."};
   std::shared_ptr<JsonDoc> doc = NewDocument(text.size() <= kMaxJsonBytes ? text.size() : 0);
-  if (text.size() <= kMaxJsonBytes && ReadJson(text, *doc->document, &failure)) {
-    if (FindRepeatedName(*doc->document) == nullptr) return doc;
-    failure.reason = "A member is there twice.";
-  }
+  if (text.size() <= kMaxJsonBytes && ReadJson(text, *doc->document, &failure)) return doc;
   CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "JSON text refused at byte %zu: %s", failure.offset, failure.reason);
   return nullptr;
 }

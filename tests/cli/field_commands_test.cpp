@@ -28,6 +28,7 @@ const Case kFieldCases[] = {
      3,
      {"hostnme: The type has no such field; did you mean \"hostname\"?"}},
     {"SetBadJson", {"set", kNetd, "--value-json", "mtu={"}, "", 3, {"mtu: No JSON"}},
+    {"SetTwice", {"set", kNetd, "--value-json", "link/eth1={\"mtu\":1,\"mtu\":2}"}, "", 3, {"a member is there twice"}},
     {"SetInvalid",
      {"set", kNetd, "mtu=1"},
      "",
