@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -162,16 +161,17 @@ Exit BackUp(Session& session, const BackupOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpBackup(CLI::App& app) {
+Run SetUpBackup(Arguments& arguments) {
   auto options = std::make_shared<BackupOptions>();
-  CLI::Option* destination =
-      app.add_option("DEST", options->destination, "The host's file; without it, the one that a boot load restores");
-  CLI::Option* verify =
-      app.add_flag("--verify", options->verify, "Check the copy before it takes the old backup's place");
-  app.add_option("--file", options->file,
-                 "Back up this file of the host instead, below /etc/halden; it comes back with the store")
-      ->excludes(destination)
-      ->excludes(verify);
+  const Argument destination =
+      arguments.Option("DEST", options->destination, "The host's file; without it, the one that a boot load restores");
+  const Argument verify =
+      arguments.Flag("--verify", options->verify, "Check the copy before it takes the old backup's place");
+  arguments
+      .Option("--file", options->file,
+              "Back up this file of the host instead, below /etc/halden; it comes back with the store")
+      .Excludes(destination)
+      .Excludes(verify);
   return [options](Session& session) { return BackUp(session, *options); };
 }
 
@@ -217,9 +217,9 @@ Exit Restore(Session& session, const std::string& file) {
   return Exit::kDone;
 }
 
-Run SetUpRestore(CLI::App& app) {
+Run SetUpRestore(Arguments& arguments) {
   auto file = std::make_shared<std::string>();
-  app.add_option("FILE", *file, "The backup, a file of the host; an inconsistent one is refused")->required();
+  arguments.Option("FILE", *file, "The backup, a file of the host; an inconsistent one is refused").Required();
   return [file](Session& session) { return Restore(session, *file); };
 }
 

@@ -4,8 +4,6 @@
 #include <configstore/inspect.h>
 #include <configstore/lifecycle.h>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "failure.h"
 #include "host_log.h"
@@ -31,11 +29,11 @@ Exit Load(Session& session, bool boot) {
   return Exit::kDone;
 }
 
-Run SetUpLoad(CLI::App& app) {
+Run SetUpLoad(Arguments& arguments) {
   auto boot = std::make_shared<bool>(false);
-  app.add_flag("--boot", *boot,
-               "REMOVES the store file and restores the last backup first: all that was stored since that backup is "
-               "lost. For a host that keeps its store in memory");
+  arguments.Flag("--boot", *boot,
+                 "REMOVES the store file and restores the last backup first: all that was stored since that backup is "
+                 "lost. For a host that keeps its store in memory");
   return [boot](Session& session) { return Load(session, *boot); };
 }
 
@@ -54,7 +52,7 @@ void PrintPhase(const Session& session, bool isBoot) {
                       JsonObject({{"boot", JsonBool(isBoot)}}));
 }
 
-Run SetUpBegin(CLI::App&) {
+Run SetUpBegin(Arguments&) {
   return [](Session& session) {
     OpenStore();
     OrvoConfigStore::StartAutoConf();
@@ -64,7 +62,7 @@ Run SetUpBegin(CLI::App&) {
   };
 }
 
-Run SetUpEnd(CLI::App&) {
+Run SetUpEnd(Arguments&) {
   return [](Session& session) {
     OpenStore();
     OrvoConfigStore::EndAutoConf();
@@ -74,7 +72,7 @@ Run SetUpEnd(CLI::App&) {
   };
 }
 
-Run SetUpPhase(CLI::App&) {
+Run SetUpPhase(Arguments&) {
   return [](Session& session) {
     OpenStore();
     const bool isBoot = OrvoConfigStore::IsBoot();
@@ -103,10 +101,9 @@ Exit Mode(Session& session, const std::string& mode) {
   return Exit::kDone;
 }
 
-Run SetUpMode(CLI::App& app) {
+Run SetUpMode(Arguments& arguments) {
   auto mode = std::make_shared<std::string>();
-  app.add_option("MODE", *mode, "apply or normal; without it, shows what is chosen")
-      ->check(CLI::IsMember({"apply", "normal"}));
+  arguments.Option("MODE", *mode, "apply or normal; without it, shows what is chosen").OneOf({"apply", "normal"});
   return [mode](Session& session) { return Mode(session, *mode); };
 }
 
@@ -179,9 +176,9 @@ Exit Preview(Session& session, const ShowOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpPreview(CLI::App& app) {
+Run SetUpPreview(Arguments& arguments) {
   auto options = std::make_shared<ShowOptions>();
-  AddShowSecrets(app, *options);
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) { return Preview(session, *options); };
 }
 

@@ -2,7 +2,6 @@
 #include <configstore/errors.h>
 #include <configstore/lifecycle.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 
@@ -98,11 +97,12 @@ Exit Check(Session& session, const std::string& schemas) {
   return lines.empty() ? Exit::kDone : Exit::kNo;
 }
 
-Run SetUpCheck(CLI::App& app) {
+Run SetUpCheck(Arguments& arguments) {
   auto schemas = std::make_shared<std::string>();
-  app.add_option("--schemas", *schemas,
-                 "Check against the schema files below this directory too, as if their types were registered")
-      ->type_name("DIR");
+  arguments
+      .Option("--schemas", *schemas,
+              "Check against the schema files below this directory too, as if their types were registered")
+      .Shows("DIR");
   return [schemas](Session& session) { return Check(session, *schemas); };
 }
 

@@ -3,12 +3,9 @@
 #include <functional>
 #include <vector>
 
+#include "arguments.h"
 #include "exit_code.h"
 #include "session.h"
-
-namespace CLI {
-class App;
-}
 
 namespace csctl {
 
@@ -19,7 +16,7 @@ using Run = std::function<Exit(Session&)>;
 struct Command {
   const char* name;          ///< its words, "schema add"
   const char* usage;         ///< one line for --help
-  Run (*setup)(CLI::App&);   ///< declares its arguments and returns what it does
+  Run (*setup)(Arguments&);  ///< declares its arguments and returns what it does
   bool canRehearse = false;  ///< it writes the store alone: --dry-run shows what it would change
 };
 

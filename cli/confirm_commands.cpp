@@ -2,7 +2,6 @@
 #include <configstore/inspect.h>
 #include <configstore/lifecycle.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "command.h"
@@ -87,14 +86,15 @@ Exit ConfirmPart(Session& session, const ConfirmOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpConfirm(CLI::App& app) {
+Run SetUpConfirm(Arguments& arguments) {
   auto options = std::make_shared<ConfirmOptions>();
-  CLI::Option* id = app.add_option("ID", options->id, "The object, or a type for all of its instances");
-  CLI::Option* all = app.add_flag("--all", options->all, "Confirm every unconfirmed object")->excludes(id);
-  app.add_option("--part", options->part,
-                 "Confirm only the part of the pending value in this file, a JSON object; - for standard input")
-      ->needs(id)
-      ->excludes(all);
+  const Argument id = arguments.Option("ID", options->id, "The object, or a type for all of its instances");
+  const Argument all = arguments.Flag("--all", options->all, "Confirm every unconfirmed object").Excludes(id);
+  arguments
+      .Option("--part", options->part,
+              "Confirm only the part of the pending value in this file, a JSON object; - for standard input")
+      .Needs(id)
+      .Excludes(all);
   return [options](Session& session) {
     if (options->all) return ConfirmAll(session);
     if (options->id.empty()) {
@@ -164,7 +164,7 @@ Exit ShowStatus(Session& session) {
   return Exit::kDone;
 }
 
-Run SetUpStatus(CLI::App&) {
+Run SetUpStatus(Arguments&) {
   return ShowStatus;
 }
 

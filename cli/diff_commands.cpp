@@ -1,7 +1,6 @@
 #include <configstore/diff.h>
 #include <configstore/host.h>
 
-#include <CLI/CLI.hpp>
 #include <fstream>
 
 #include "command.h"
@@ -129,15 +128,16 @@ Exit DiffSides(Session& session, const DiffOptions& options) {
   return result.objects.empty() ? Exit::kDone : Exit::kNo;
 }
 
-Run SetUpDiff(CLI::App& app) {
+Run SetUpDiff(Arguments& arguments) {
   auto options = std::make_shared<DiffOptions>();
-  app.add_option("A", options->sides[0],
-                 "store (what is in force), user, auto, vital, cached or desired (that layer), staged, defaults, or a "
-                 "file: a document, - for standard input, or a backup, as the host sees it")
-      ->required();
-  app.add_option("B", options->sides[1], "The other side, likewise")->required();
-  app.add_flag("--patch", options->asPatch, "Print a JSON Patch (RFC 6902) that makes the document B of A");
-  AddShowSecrets(app, *options);
+  arguments
+      .Option("A", options->sides[0],
+              "store (what is in force), user, auto, vital, cached or desired (that layer), staged, defaults, or a "
+              "file: a document, - for standard input, or a backup, as the host sees it")
+      .Required();
+  arguments.Option("B", options->sides[1], "The other side, likewise").Required();
+  arguments.Flag("--patch", options->asPatch, "Print a JSON Patch (RFC 6902) that makes the document B of A");
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) { return DiffSides(session, *options); };
 }
 

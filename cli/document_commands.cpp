@@ -1,9 +1,9 @@
 #include <configstore/documents.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
+#include <map>
 
 #include "command.h"
 #include "diagnosis.h"
@@ -119,25 +119,25 @@ Exit ExportDocument(Session& session, const ExportCommand& command) {
 }
 
 template <class Value>
-CLI::IsMember OneOf(const std::map<std::string, Value>& words) {
+std::vector<std::string> WordsOf(const std::map<std::string, Value>& words) {
   std::vector<std::string> names;
   for (const auto& word : words) names.push_back(word.first);
-  return CLI::IsMember(names);
+  return names;
 }
 
-Run SetUpExport(CLI::App& app) {
+Run SetUpExport(Arguments& arguments) {
   auto command = std::make_shared<ExportCommand>();
-  app.add_option("PREFIX", command->prefix, "COMPONENT[/GROUP[/KEY]]; everything without it");
-  app.add_option("-o,--output", command->file,
-                 "Write this file, in one step once it is complete; one with secrets in it is its owner's alone");
-  app.add_option("--layer", command->layer, "What is shown of the objects: what is in force, or one layer as stored")
-      ->check(OneOf(kLayers))
-      ->capture_default_str();
-  CLI::Option* secrets =
-      app.add_option("--secrets", command->secrets, "What becomes of secrets")->check(OneOf(kSecrets));
-  secrets->capture_default_str();
-  app.add_flag("--show-secrets", command->showSecrets, "The same as --secrets include")->excludes(secrets);
-  app.add_flag("--compact", command->compact, "Write the document on one line");
+  arguments.Option("PREFIX", command->prefix, "COMPONENT[/GROUP[/KEY]]; everything without it");
+  arguments.Option("-o,--output", command->file,
+                   "Write this file, in one step once it is complete; one with secrets in it is its owner's alone");
+  arguments.Option("--layer", command->layer, "What is shown of the objects: what is in force, or one layer as stored")
+      .OneOf(WordsOf(kLayers))
+      .ShowsDefault();
+  const Argument secrets = arguments.Option("--secrets", command->secrets, "What becomes of secrets")
+                               .OneOf(WordsOf(kSecrets))
+                               .ShowsDefault();
+  arguments.Flag("--show-secrets", command->showSecrets, "The same as --secrets include").Excludes(secrets);
+  arguments.Flag("--compact", command->compact, "Write the document on one line");
   return [command](Session& session) { return ExportDocument(session, *command); };
 }
 
@@ -170,31 +170,33 @@ Exit ImportDocument(Session& session, const ImportCommand& command) {
   return Exit::kDone;
 }
 
-void AddAs(CLI::App& app, ImportCommand& command) {
-  app.add_option("--as", command.as, "Who writes: user, or auto for the host's own automatic configuration")
-      ->check(CLI::IsMember({"user", "auto"}));
+void AddAs(Arguments& arguments, ImportCommand& command) {
+  arguments.Option("--as", command.as, "Who writes: user, or auto for the host's own automatic configuration")
+      .OneOf({"user", "auto"});
 }
 
-Run SetUpImport(CLI::App& app) {
+Run SetUpImport(Arguments& arguments) {
   auto command = std::make_shared<ImportCommand>();
-  app.add_option("FILE", command->file,
-                 "The document: its single objects are set, its arrays replace the instances of their types, all or "
-                 "nothing; \"-\" for standard input")
-      ->required();
-  AddAs(app, *command);
+  arguments
+      .Option("FILE", command->file,
+              "The document: its single objects are set, its arrays replace the instances of their types, all or "
+              "nothing; \"-\" for standard input")
+      .Required();
+  AddAs(arguments, *command);
   return [command](Session& session) { return ImportDocument(session, *command); };
 }
 
-Run SetUpApply(CLI::App& app) {
+Run SetUpApply(Arguments& arguments) {
   auto command = std::make_shared<ImportCommand>();
   command->replace = false;
-  app.add_option("-f,--file", command->file,
-                 "The document: each of its objects is merged into the stored one of its name, all or nothing; \"-\" "
-                 "for standard input")
-      ->required();
-  app.add_flag("--replace", command->replace,
-               "Do as import does: objects are set, and arrays replace the instances of their types");
-  AddAs(app, *command);
+  arguments
+      .Option("-f,--file", command->file,
+              "The document: each of its objects is merged into the stored one of its name, all or nothing; \"-\" "
+              "for standard input")
+      .Required();
+  arguments.Flag("--replace", command->replace,
+                 "Do as import does: objects are set, and arrays replace the instances of their types");
+  AddAs(arguments, *command);
   return [command](Session& session) { return ImportDocument(session, *command); };
 }
 
@@ -266,11 +268,11 @@ Exit Validate(Session& session, const ValidateCommand& command) {
   throw CommandFailed(failure);
 }
 
-Run SetUpValidate(CLI::App& app) {
+Run SetUpValidate(Arguments& arguments) {
   auto command = std::make_shared<ValidateCommand>();
-  app.add_option("FILE|ID", command->target, "A document, \"-\" for standard input, or a stored object")->required();
-  app.add_option("--type", command->type, "The file holds an object of this type, or an array of its instances");
-  app.add_flag("--gcc", command->gcc, "Print \"FILE:LINE:COLUMN: error: TEXT\", as editors read it");
+  arguments.Option("FILE|ID", command->target, "A document, \"-\" for standard input, or a stored object").Required();
+  arguments.Option("--type", command->type, "The file holds an object of this type, or an array of its instances");
+  arguments.Flag("--gcc", command->gcc, "Print \"FILE:LINE:COLUMN: error: TEXT\", as editors read it");
   return [command](Session& session) { return Validate(session, *command); };
 }
 

@@ -1,7 +1,5 @@
 #include <configstore/inspect.h>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "failure.h"
 #include "json_text.h"
@@ -151,12 +149,12 @@ Exit ExplainObject(Session& session, ShowOptions options) {
   return Exit::kDone;
 }
 
-Run SetUpExplain(CLI::App& app) {
+Run SetUpExplain(Arguments& arguments) {
   auto options = std::make_shared<ShowOptions>();
-  app.add_option("ID", options->id,
-                 "The object, or with ID#/FIELD what is in one field of it: netd/ip/stack#/link/eth0")
-      ->required();
-  AddShowSecrets(app, *options);
+  arguments
+      .Option("ID", options->id, "The object, or with ID#/FIELD what is in one field of it: netd/ip/stack#/link/eth0")
+      .Required();
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) { return ExplainObject(session, *options); };
 }
 

@@ -3,7 +3,6 @@
 #include <configstore/edit_fields.h>
 #include <configstore/errors.h>
 
-#include <CLI/CLI.hpp>
 #include <functional>
 
 #include "command.h"
@@ -87,11 +86,11 @@ Exit UnsetFields(Session& session, const WriteOptions& options) {
   });
 }
 
-Run SetUpUnset(CLI::App& app) {
+Run SetUpUnset(Arguments& arguments) {
   auto options = std::make_shared<WriteOptions>();
-  app.add_option("ID", options->id, kIdHelp)->required();
-  app.add_option("FIELD", options->fields, "Fields to take away: /mtu, link/eth0/mtu, link/eth0")->required();
-  AddLayer(app, *options, AddAs(app, *options));
+  arguments.Option("ID", options->id, kIdHelp).Required();
+  arguments.Option("FIELD", options->fields, "Fields to take away: /mtu, link/eth0/mtu, link/eth0").Required();
+  AddLayer(arguments, *options, AddAs(arguments, *options));
   return [options](Session& session) { return UnsetFields(session, *options); };
 }
 
@@ -172,10 +171,10 @@ Exit EditObject(Session& session, const WriteOptions& options) {
   }
 }
 
-Run SetUpEdit(CLI::App& app) {
+Run SetUpEdit(Arguments& arguments) {
   auto options = std::make_shared<WriteOptions>();
-  app.add_option("ID", options->id, kIdHelp)->required();
-  AddLayer(app, *options, AddAs(app, *options));
+  arguments.Option("ID", options->id, kIdHelp).Required();
+  AddLayer(arguments, *options, AddAs(arguments, *options));
   return [options](Session& session) { return EditObject(session, *options); };
 }
 

@@ -1,9 +1,9 @@
 #include "layer_write.h"
+#include "arguments.h"
 
 #include <configstore/boot_state.h>
 #include <configstore/errors.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 namespace csctl {
@@ -71,15 +71,15 @@ std::vector<OrvoConfigStore::Diagnostic> WriteOptions::DiagnoseSet(const ConfigS
   return OrvoConfigStore::DiagnoseObject(object, input.text, one != nullptr ? one->use : whole);
 }
 
-CLI::Option* AddAs(CLI::App& app, WriteOptions& options) {
-  return app.add_option("--as", options.as, "Who writes: user, or auto for the host's own automatic configuration")
-      ->check(CLI::IsMember({"user", "auto"}));
+Argument AddAs(Arguments& arguments, WriteOptions& options) {
+  return arguments.Option("--as", options.as, "Who writes: user, or auto for the host's own automatic configuration")
+      .OneOf({"user", "auto"});
 }
 
-void AddLayer(CLI::App& app, WriteOptions& options, CLI::Option* as) {
-  app.add_option("--layer", options.layer, "Write this layer alone and keep the others")
-      ->check(CLI::IsMember({"user", "auto", "vital", "cached"}))
-      ->excludes(as);
+void AddLayer(Arguments& arguments, WriteOptions& options, const Argument& as) {
+  arguments.Option("--layer", options.layer, "Write this layer alone and keep the others")
+      .OneOf({"user", "auto", "vital", "cached"})
+      .Excludes(as);
 }
 
 WriteReport PerformWrite(std::shared_ptr<ConfigStore>& store, const ConfigStoreObjectId& id,

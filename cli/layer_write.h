@@ -10,13 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "arguments.h"
 #include "change_text.h"
 #include "object_input.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 /// What the writing commands have in common: where a write goes, and its report.
 
@@ -54,8 +50,8 @@ struct WriteOptions {
 };
 
 /// Declare --as and --layer.
-CLI::Option* AddAs(CLI::App& app, WriteOptions& options);
-void AddLayer(CLI::App& app, WriteOptions& options, CLI::Option* as);
+Argument AddAs(Arguments& arguments, WriteOptions& options);
+void AddLayer(Arguments& arguments, WriteOptions& options, const Argument& as);
 
 /// Runs `write` in a transaction and returns what it did to the row of `id`.
 /// `write` is given the row as it is in the transaction.

@@ -1,8 +1,7 @@
 #include "object_input.h"
+#include "arguments.h"
 
 #include <configstore/inspect.h>
-
-#include <CLI/CLI.hpp>
 
 #include "failure.h"
 #include "json_text.h"
@@ -79,8 +78,8 @@ std::string ShowOptions::Mask(const ConfigStoreObjectId& object, const std::stri
   return showSecrets ? json : OrvoConfigStore::MaskSecrets(object, json);
 }
 
-void AddShowSecrets(CLI::App& app, ShowOptions& options) {
-  app.add_flag("--show-secrets", options.showSecrets, "Show secrets instead of a mask");
+void AddShowSecrets(Arguments& arguments, ShowOptions& options) {
+  arguments.Flag("--show-secrets", options.showSecrets, "Show secrets instead of a mask");
 }
 
 }  // namespace csctl

@@ -8,11 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "arguments.h"
 #include "session.h"
-
-namespace CLI {
-class App;
-}
 
 namespace csctl {
 
@@ -53,6 +50,6 @@ struct ShowOptions {
 };
 
 /// Declares --show-secrets.
-void AddShowSecrets(CLI::App& app, ShowOptions& options);
+void AddShowSecrets(Arguments& arguments, ShowOptions& options);
 
 }  // namespace csctl

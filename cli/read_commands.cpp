@@ -2,8 +2,6 @@
 #include <configstore/errors.h>
 #include <configstore/inspect.h>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "failure.h"
 #include "json_text.h"
@@ -59,13 +57,13 @@ Exit GetObject(Session& session, const GetOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpGet(CLI::App& app) {
+Run SetUpGet(Arguments& arguments) {
   auto options = std::make_shared<GetOptions>();
-  app.add_option("ID", options->id, kIdHelp)->required();
-  CLI::Option* ofDefault =
-      app.add_flag("--default", options->ofDefault, "Show the default object that the type's package brought");
-  app.add_flag("--origin", options->withOrigin, "Show also which layer each field comes from")->excludes(ofDefault);
-  AddShowSecrets(app, *options);
+  arguments.Option("ID", options->id, kIdHelp).Required();
+  const Argument ofDefault =
+      arguments.Flag("--default", options->ofDefault, "Show the default object that the type's package brought");
+  arguments.Flag("--origin", options->withOrigin, "Show also which layer each field comes from").Excludes(ofDefault);
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) { return GetObject(session, *options); };
 }
 
@@ -116,10 +114,10 @@ Exit ShowLayers(Session& session, const ShowOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpLayers(CLI::App& app) {
+Run SetUpLayers(Arguments& arguments) {
   auto options = std::make_shared<ShowOptions>();
-  app.add_option("ID", options->id, kIdHelp)->required();
-  AddShowSecrets(app, *options);
+  arguments.Option("ID", options->id, kIdHelp).Required();
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) { return ShowLayers(session, *options); };
 }
 
@@ -153,9 +151,9 @@ Exit List(Session& session, const std::string& prefixText) {
   return Exit::kDone;
 }
 
-Run SetUpList(CLI::App& app) {
+Run SetUpList(Arguments& arguments) {
   auto prefix = std::make_shared<std::string>();
-  app.add_option("PREFIX", *prefix, "COMPONENT[/GROUP[/KEY]]; everything without it");
+  arguments.Option("PREFIX", *prefix, "COMPONENT[/GROUP[/KEY]]; everything without it");
   return [prefix](Session& session) { return List(session, *prefix); };
 }
 
@@ -185,12 +183,12 @@ Exit Find(Session& session, const FindOptions& options) {
   return found.empty() ? Exit::kNo : Exit::kDone;
 }
 
-Run SetUpFind(CLI::App& app) {
+Run SetUpFind(Arguments& arguments) {
   auto options = std::make_shared<FindOptions>();
-  app.add_option("TYPE", options->id, kTypeHelp)->required();
-  app.add_option("-f,--file", options->file,
-                 "The pattern, a JSON object whose members an instance must hold; standard input without it");
-  AddShowSecrets(app, *options);
+  arguments.Option("TYPE", options->id, kTypeHelp).Required();
+  arguments.Option("-f,--file", options->file,
+                   "The pattern, a JSON object whose members an instance must hold; standard input without it");
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) { return Find(session, *options); };
 }
 

@@ -1,6 +1,5 @@
 #include <configstore/schema_tools.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "command.h"
@@ -69,10 +68,10 @@ Exit Lint(Session& session, const std::vector<std::string>& files) {
   return exit;
 }
 
-Run SetUpLint(CLI::App& app) {
+Run SetUpLint(Arguments& arguments) {
   auto files = std::make_shared<std::vector<std::string>>();
-  app.add_option("FILE", *files, "Schema files that are to be registered together, \"-\" for standard input")
-      ->required();
+  arguments.Option("FILE", *files, "Schema files that are to be registered together, \"-\" for standard input")
+      .Required();
   return [files](Session& session) { return Lint(session, *files); };
 }
 
@@ -93,11 +92,11 @@ Exit Document(Session& session, const DocOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpDoc(CLI::App& app) {
+Run SetUpDoc(Arguments& arguments) {
   auto options = std::make_shared<DocOptions>();
-  app.add_option("TYPE", options->type, kTypeHelp)->required();
-  app.add_option("--format", options->format, "How the page is written: md, or man for man(1); md without it")
-      ->check(CLI::IsMember({"md", "man"}));
+  arguments.Option("TYPE", options->type, kTypeHelp).Required();
+  arguments.Option("--format", options->format, "How the page is written: md, or man for man(1); md without it")
+      .OneOf({"md", "man"});
   return [options](Session& session) { return Document(session, *options); };
 }
 
@@ -118,11 +117,11 @@ Exit Export(Session& session, const ExportOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpExport(CLI::App& app) {
+Run SetUpExport(Arguments& arguments) {
   auto options = std::make_shared<ExportOptions>();
-  app.add_option("TYPE", options->type, kTypeHelp)->required();
-  app.add_flag("--json-schema", options->isStandard, "As a JSON Schema of draft 7, for editors")->required();
-  app.add_flag("--instance", options->ofInstance, "Of one instance instead of the array of all");
+  arguments.Option("TYPE", options->type, kTypeHelp).Required();
+  arguments.Flag("--json-schema", options->isStandard, "As a JSON Schema of draft 7, for editors").Required();
+  arguments.Flag("--instance", options->ofInstance, "Of one instance instead of the array of all");
   return [options](Session& session) { return Export(session, *options); };
 }
 

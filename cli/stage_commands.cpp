@@ -1,8 +1,6 @@
 #include <configstore/boot_state.h>
 #include <configstore/documents.h>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "diagnosis.h"
 #include "failure.h"
@@ -33,17 +31,17 @@ Exit SetStaged(Session& session, const std::string& file) {
   return Exit::kDone;
 }
 
-Run SetUpSet(CLI::App& app) {
+Run SetUpSet(Arguments& arguments) {
   auto file = std::make_shared<std::string>("-");
-  app.add_option("-f,--file", *file,
-                 "The document, {\"components\":{COMPONENT:{GROUP:{KEY: object, or array of instances}}}}; standard "
-                 "input without it");
+  arguments.Option("-f,--file", *file,
+                   "The document, {\"components\":{COMPONENT:{GROUP:{KEY: object, or array of instances}}}}; standard "
+                   "input without it");
   return [file](Session& session) { return SetStaged(session, *file); };
 }
 
-Run SetUpShow(CLI::App& app) {
+Run SetUpShow(Arguments& arguments) {
   auto options = std::make_shared<ShowOptions>();
-  AddShowSecrets(app, *options);
+  AddShowSecrets(arguments, *options);
   return [options](Session& session) {
     OpenStore();
     const auto secrets = options->showSecrets ? OrvoConfigStore::SECRETS_INCLUDED : OrvoConfigStore::SECRETS_MASKED;
@@ -52,7 +50,7 @@ Run SetUpShow(CLI::App& app) {
   };
 }
 
-Run SetUpDrop(CLI::App&) {
+Run SetUpDrop(Arguments&) {
   return [](Session& session) {
     OpenStore();
     OrvoConfigStore::DropStagedConfig();

@@ -7,7 +7,7 @@ namespace csctl {
 
 namespace {
 
-Run SetUpInit(CLI::App&) {
+Run SetUpInit(Arguments&) {
   return [](Session& session) {
     const bool existed = OrvoConfigStore::ConfigStore::GetStore("") != nullptr;
     OrvoConfigStore::CreateDatabases();

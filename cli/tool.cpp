@@ -108,7 +108,9 @@ void CommandLine::Add(const Command& command) {
   if (command.canRehearse) {
     added->add_flag("--dry-run", *isRehearsal, "Change nothing: show what would be created, changed and deleted");
   }
-  added->callback([this, isRehearsal, run = command.setup(*added)] { chosen = *isRehearsal ? Rehearsed(run) : run; });
+  Arguments arguments(*added);
+  added->callback(
+      [this, isRehearsal, run = command.setup(arguments)] { chosen = *isRehearsal ? Rehearsed(run) : run; });
 }
 
 int Report(const Failure& failure, const Session& session) {

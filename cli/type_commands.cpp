@@ -1,8 +1,6 @@
 #include <configstore/host.h>
 #include <configstore/inspect.h>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "failure.h"
 #include "json_text.h"
@@ -44,9 +42,9 @@ void PrintTypes(const Session& session, const std::vector<SchemaInfo>& types, co
   for (const std::string& line : AlignColumns(rows)) session.Print(line);
 }
 
-Run SetUpSchemaAdd(CLI::App& app) {
+Run SetUpSchemaAdd(Arguments& arguments) {
   auto files = std::make_shared<std::vector<std::string>>();
-  app.add_option("FILE", *files, "Schema files; all are registered, or none")->required();
+  arguments.Option("FILE", *files, "Schema files; all are registered, or none").Required();
   return [files](Session& session) {
     for (const std::string& file : *files) ReadInput(file);  // an unreadable one is the caller's slip
     PrintTypes(session, OrvoConfigStore::RegisterSchemaFiles(*files), {"REGISTERED", "VERSION", "OBJECTS"});
@@ -54,7 +52,7 @@ Run SetUpSchemaAdd(CLI::App& app) {
   };
 }
 
-Run SetUpTypes(CLI::App&) {
+Run SetUpTypes(Arguments&) {
   return [](Session& session) {
     OpenStore();  // without a store there is an answer that helps more than no types
     PrintTypes(session, OrvoConfigStore::ListSchemas(), {"TYPE", "VERSION", "OBJECTS"});
@@ -109,9 +107,9 @@ Exit Describe(Session& session, std::string name) {
   return Exit::kDone;
 }
 
-Run SetUpDescribe(CLI::App& app) {
+Run SetUpDescribe(Arguments& arguments) {
   auto name = std::make_shared<std::string>();
-  app.add_option("TYPE", *name, "The type, COMPONENT/GROUP/KEY, or one field of it, TYPE#/FIELD")->required();
+  arguments.Option("TYPE", *name, "The type, COMPONENT/GROUP/KEY, or one field of it, TYPE#/FIELD").Required();
   return [name](Session& session) { return Describe(session, *name); };
 }
 

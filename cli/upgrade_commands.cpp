@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iterator>
 
@@ -23,9 +22,9 @@ using Packages = std::vector<std::string>;
 
 constexpr char kPackagesHelp[] = "Packages; all installed ones without it";
 
-std::shared_ptr<Packages> AddPackages(CLI::App& app, const char* help) {
+std::shared_ptr<Packages> AddPackages(Arguments& arguments, const char* help) {
   auto packages = std::make_shared<Packages>();
-  app.add_option("PACKAGE", *packages, help);
+  arguments.Option("PACKAGE", *packages, help);
   return packages;
 }
 
@@ -42,8 +41,8 @@ void LoadDefaults(const Packages& packages) {
   }
 }
 
-Run SetUpDefaultsLoad(CLI::App& app) {
-  return [packages = AddPackages(app, kPackagesHelp)](Session& session) {
+Run SetUpDefaultsLoad(Arguments& arguments) {
+  return [packages = AddPackages(arguments, kPackagesHelp)](Session& session) {
     const HostLog log;
     OpenStore();
     LoadDefaults(*packages);
@@ -52,8 +51,8 @@ Run SetUpDefaultsLoad(CLI::App& app) {
   };
 }
 
-Run SetUpRefresh(CLI::App& app) {
-  return [packages = AddPackages(app, kPackagesHelp)](Session& session) {
+Run SetUpRefresh(Arguments& arguments) {
+  return [packages = AddPackages(arguments, kPackagesHelp)](Session& session) {
     const HostLog log;
     const OrvoConfigUpgrade::ScopedUpgradeLibrary library(OrvoConfigStore::PackageUpgrades());
     if (!OrvoConfigStore::RefreshConfigStore(*packages, *packages)) {
@@ -96,9 +95,9 @@ Exit RunUpgrade(Session& session, const Packages& packages) {
   return Exit::kDone;
 }
 
-Run SetUpUpgradeRun(CLI::App& app) {
+Run SetUpUpgradeRun(Arguments& arguments) {
   auto packages = std::make_shared<Packages>();
-  app.add_option("PACKAGE", *packages, "Packages to upgrade")->required();
+  arguments.Option("PACKAGE", *packages, "Packages to upgrade").Required();
   return [packages](Session& session) { return RunUpgrade(session, *packages); };
 }
 
@@ -123,9 +122,9 @@ Exit ShowUpgradeStatus(Session& session, const std::string& library) {
   return answer.exit;
 }
 
-Run SetUpUpgradeStatus(CLI::App& app) {
+Run SetUpUpgradeStatus(Arguments& arguments) {
   auto library = std::make_shared<std::string>();
-  app.add_option("LIB", *library, "The upgrade library's name")->required();
+  arguments.Option("LIB", *library, "The upgrade library's name").Required();
   return [library](Session& session) { return ShowUpgradeStatus(session, *library); };
 }
 
@@ -142,7 +141,7 @@ Exit SetUpMemory(Session& session) {
   return Exit::kDone;
 }
 
-Run SetUpRamdisk(CLI::App&) {
+Run SetUpRamdisk(Arguments&) {
   return [](Session& session) { return SetUpMemory(session); };
 }
 

@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <iostream>
@@ -29,7 +28,7 @@ struct WatchOptions {
   std::vector<std::string> names;
   std::string command;
   unsigned interval = 1000;
-  size_t count = std::numeric_limits<size_t>::max();
+  unsigned count = std::numeric_limits<unsigned>::max();
 };
 
 // Indexed by ConfigChange::Kind.
@@ -120,16 +119,19 @@ Exit Watch(Session& session, const WatchOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpWatch(CLI::App& app) {
+Run SetUpWatch(Arguments& arguments) {
   auto options = std::make_shared<WatchOptions>();
-  app.add_option("ID", options->names, "What to watch: COMPONENT[/GROUP[/KEY[@INSTANCE]]]; everything without it");
-  app.add_option("--exec", options->command,
-                 "Run this shell command for each change, the object's name behind it; CSCTL_CHANGE says what happened")
-      ->type_name("CMD");
-  app.add_option("--interval", options->interval, "Look every so many milliseconds, 1000 without it")
-      ->type_name("MS")
-      ->check(CLI::Range(1, 86400000));
-  app.add_option("--count", options->count, "End after so many changes")->type_name("N")->check(CLI::PositiveNumber);
+  arguments.Option("ID", options->names, "What to watch: COMPONENT[/GROUP[/KEY[@INSTANCE]]]; everything without it");
+  arguments
+      .Option("--exec", options->command,
+              "Run this shell command for each change, the object's name behind it; CSCTL_CHANGE says what happened")
+      .Shows("CMD");
+  arguments.Option("--interval", options->interval, "Look every so many milliseconds, 1000 without it")
+      .Shows("MS")
+      .Within(1, 86400000);
+  arguments.Option("--count", options->count, "End after so many changes")
+      .Shows("N")
+      .Within(1, std::numeric_limits<unsigned>::max());
   return [options](Session& session) { return Watch(session, *options); };
 }
 

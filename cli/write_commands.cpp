@@ -3,7 +3,6 @@
 #include <configstore/host.h>
 #include <configstore/inspect.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <set>
 
@@ -23,8 +22,8 @@ using OrvoConfigStore::StoredName;
 
 namespace {
 
-CLI::Option* AddFile(CLI::App& app, WriteOptions& options, const char* help) {
-  return app.add_option("-f,--file", options.file, help);
+Argument AddFile(Arguments& arguments, WriteOptions& options, const char* help) {
+  return arguments.Option("-f,--file", options.file, help);
 }
 
 // --- set ---------------------------------------------------------------------
@@ -71,16 +70,16 @@ Exit SetObject(Session& session, const WriteOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpSet(CLI::App& app) {
+Run SetUpSet(Arguments& arguments) {
   auto options = std::make_shared<WriteOptions>();
-  app.add_option("ID", options->id, kIdHelp)->required();
-  CLI::Option* fields = app.add_option("FIELD=VALUE", options->fields,
-                                       "Set only these fields, of the user layer or the one chosen: mtu=1500, "
-                                       "link/eth0/enabled=true, of a list the words between commas");
-  app.add_flag("--value-json", options->takesJson, "Each VALUE is JSON, not a plain word")->needs(fields);
-  AddFile(app, *options, "The object's JSON text; standard input without it")->excludes(fields);
-  AddLayer(app, *options, AddAs(app, *options));
-  app.add_flag("--new", options->create, "Store a new instance of the type ID, named by the store; prints its ID");
+  arguments.Option("ID", options->id, kIdHelp).Required();
+  const Argument fields = arguments.Option("FIELD=VALUE", options->fields,
+                                           "Set only these fields, of the user layer or the one chosen: mtu=1500, "
+                                           "link/eth0/enabled=true, of a list the words between commas");
+  arguments.Flag("--value-json", options->takesJson, "Each VALUE is JSON, not a plain word").Needs(fields);
+  AddFile(arguments, *options, "The object's JSON text; standard input without it").Excludes(fields);
+  AddLayer(arguments, *options, AddAs(arguments, *options));
+  arguments.Flag("--new", options->create, "Store a new instance of the type ID, named by the store; prints its ID");
   return [options](Session& session) { return SetObject(session, *options); };
 }
 
@@ -101,11 +100,11 @@ Exit UpdateObject(Session& session, const WriteOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpUpdate(CLI::App& app) {
+Run SetUpUpdate(Arguments& arguments) {
   auto options = std::make_shared<WriteOptions>();
-  app.add_option("ID", options->id, kIdHelp)->required();
-  AddFile(app, *options, "The members to add or overwrite, a JSON object; standard input without it");
-  AddAs(app, *options);
+  arguments.Option("ID", options->id, kIdHelp).Required();
+  AddFile(arguments, *options, "The members to add or overwrite, a JSON object; standard input without it");
+  AddAs(arguments, *options);
   return [options](Session& session) { return UpdateObject(session, *options); };
 }
 
@@ -163,11 +162,11 @@ Exit ReplaceInstances(Session& session, const WriteOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpReplace(CLI::App& app) {
+Run SetUpReplace(Arguments& arguments) {
   auto options = std::make_shared<WriteOptions>();
-  app.add_option("TYPE", options->id, kTypeHelp)->required();
-  AddFile(app, *options, "The instances, a JSON array of objects; standard input without it");
-  AddLayer(app, *options, AddAs(app, *options));
+  arguments.Option("TYPE", options->id, kTypeHelp).Required();
+  AddFile(arguments, *options, "The instances, a JSON array of objects; standard input without it");
+  AddLayer(arguments, *options, AddAs(arguments, *options));
   return [options](Session& session) { return ReplaceInstances(session, *options); };
 }
 
@@ -209,11 +208,11 @@ Exit DeleteAll(Session& session, const DeleteOptions& options) {
   return Exit::kDone;
 }
 
-Run SetUpDelete(CLI::App& app) {
+Run SetUpDelete(Arguments& arguments) {
   auto options = std::make_shared<DeleteOptions>();
-  app.add_option("ID", options->id, "The object, or with --all the type: COMPONENT/GROUP/KEY[@INSTANCE]")->required();
-  CLI::Option* all = app.add_flag("--all", options->all, "Delete every object of the type");
-  app.add_flag("--yes", options->yes, "Do so without asking further")->needs(all);
+  arguments.Option("ID", options->id, "The object, or with --all the type: COMPONENT/GROUP/KEY[@INSTANCE]").Required();
+  const Argument all = arguments.Flag("--all", options->all, "Delete every object of the type");
+  arguments.Flag("--yes", options->yes, "Do so without asking further").Needs(all);
   return [options](Session& session) {
     return options->all ? DeleteAll(session, *options) : DeleteObject(session, *options);
   };
