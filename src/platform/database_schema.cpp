@@ -53,13 +53,10 @@ std::string DropOf(const char* const* texts, const std::vector<Definition>& ours
   return isOurs ? "" : std::string("DROP ") + texts[0] + " IF EXISTS main." + QuotedName(name) + ";";
 }
 
-/// The statements that drop what is foreign.
-std::string DropsOfForeign(sqlite3* database, const std::vector<Definition>& definitions) {
+/// Appends the statements that drop what is foreign; returns SQLite's code.
+int ListDropsOfForeign(sqlite3* database, const std::vector<Definition>& definitions, std::string& drops) {
   constexpr char kQuery[] = "SELECT type, name, sql FROM sqlite_schema WHERE type IN ('trigger', 'view');";
-  std::string drops;
-  // What cannot be read shows in what follows.
-  QueryRows(database, kQuery, [&](int, const char* const* texts) { drops += DropOf(texts, definitions); });
-  return drops;
+  return QueryRows(database, kQuery, [&](int, const char* const* texts) { drops += DropOf(texts, definitions); });
 }
 
 }  // namespace
@@ -73,12 +70,15 @@ bool HasAll(sqlite3* database, const std::vector<Definition>& definitions) {
 }
 
 bool HasForeign(sqlite3* database, const std::vector<Definition>& definitions) {
-  return !DropsOfForeign(database, definitions).empty();
+  std::string drops;
+  // What cannot be read may be foreign: who then drops it meets the failure again.
+  return ListDropsOfForeign(database, definitions, drops) != SQLITE_OK || !drops.empty();
 }
 
 int DropForeign(sqlite3* database, const std::vector<Definition>& definitions) {
-  const std::string drops = DropsOfForeign(database, definitions);
-  const int code = sqlite3_exec(database, drops.c_str(), nullptr, nullptr, nullptr);
+  std::string drops;
+  int code = ListDropsOfForeign(database, definitions, drops);
+  if (code == SQLITE_OK) code = sqlite3_exec(database, drops.c_str(), nullptr, nullptr, nullptr);
   if (code != SQLITE_OK || drops.empty()) return code;
   HaldenLib::LogLine(HaldenLib::LOG_LEVEL_WARNING, "Triggers and views that are not ours: %s", drops.c_str());
   return code;
