@@ -1,7 +1,5 @@
 #include "configstore/diagnostics.h"
 
-#include <gtest/gtest.h>
-
 #include "configstore/inspect.h"
 #include "support/test_store.h"
 
@@ -30,14 +28,12 @@ constexpr char kOpen[] = R"({"component": "c", "group": "g", "key": "open", "ver
     "part": {"type": "array", "items": {"type": "object", "properties": {"a": {"type": "integer"}}}}}}})";
 const ConfigStoreObjectId kOpenType("open", "g", "c");
 
-struct ObjectCase {
+// Objects and documents, with ' for ", and what is found, as Text gives it.
+const struct {
   ConfigStoreObjectId id;
   DIAGNOSE_FOR use;
-  const char* text;      // ' for "
-  const char* expected;  // as Text gives it
-};
-
-const ObjectCase kObjectCases[] = {
+  const char *text, *expected;
+} kObjectCases[] = {
     {kStackSettings, DIAGNOSE_SET, "{'hostname':'n'}", ""},
     {kStackSettings, DIAGNOSE_SET, "{'hostname':'n',\n  x}", "2:3 : Missing a name for object member."},
     {kStackSettings, DIAGNOSE_SET, "[]", "1:1 : INCORRECT TYPE: expected object. (object)"},
@@ -80,12 +76,7 @@ const ObjectCase kObjectCases[] = {
      "[a-z_][a-z0-9_-]*)"},
 };
 
-struct DocumentCase {
-  const char* text;
-  const char* expected;
-};
-
-const DocumentCase kDocumentCases[] = {
+const std::pair<const char*, const char*> kDocumentCases[] = {
     {"{'components':{}}", ""},
     {"", "1:1 : The document is empty."},
     {"null", "1:1 : INCORRECT TYPE: expected object. (object)"},
@@ -112,16 +103,14 @@ const DocumentCase kDocumentCases[] = {
 
 TEST(Diagnostics, ObjectsAreExplainedInPlace) {
   const TestStore store{{kOpen}};
-  for (const ObjectCase& row : kObjectCases) {
+  for (const auto& row : kObjectCases) {
     EXPECT_EQ(row.expected, Text(DiagnoseObject(row.id, Quoted(row.text), row.use))) << row.text;
   }
 }
 
 TEST(Diagnostics, DocumentsAreExplainedInPlace) {
   const TestStore store;
-  for (const DocumentCase& row : kDocumentCases) {
-    EXPECT_EQ(row.expected, Text(DiagnoseDocument(Quoted(row.text)))) << row.text;
-  }
+  for (const auto& [text, expected] : kDocumentCases) EXPECT_EQ(expected, Text(DiagnoseDocument(Quoted(text)))) << text;
 }
 
 TEST(Diagnostics, ObjectsAreNamed) {

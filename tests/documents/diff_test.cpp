@@ -1,7 +1,5 @@
 #include "configstore/diff.h"
 
-#include <gtest/gtest.h>
-
 #include "support/test_store.h"
 
 using namespace OrvoConfigStore;
@@ -27,15 +25,8 @@ std::string Document(const std::string& types) {
 const std::string kNetd = R"("netd":{"ipstack":{"stack_settings":)";
 
 // Two documents, what differs, and the patch from the first to the second.
-struct DiffCase {
-  const char* name;
-  std::string from;
-  std::string to;
-  const char* lines;
-  const char* patch;
-};
-
-const DiffCase kCases[] = {
+// clang-format off
+const struct { const char* name; std::string from, to; const char *lines, *patch; } kCases[] = {
     {"Same", kNetd + R"({"mtu":1,"link":[{"name":"a"},{"name":"b"}]}}})",
      kNetd + R"({"link":[{"name":"b"},{"name":"a"}],"mtu":1}}})", "", "[]"},
     {"Scalars", kNetd + R"({"mtu":1500,"hostname":"a"}}})", kNetd + R"({"mtu":1400,"default_link":"x"}}})",
@@ -61,26 +52,25 @@ const DiffCase kCases[] = {
      "\xe2\x80\xa2\xe2\x80\xa2\"},{\"op\":\"add\",\"path\":\"/components/accessd/local/user_account/0\",\"value\":"
      "{\"cs_generated_id\":\"e\"}}]"},
 };
+// clang-format on
 
-class Diffs : public testing::TestWithParam<DiffCase> {};
-
-TEST_P(Diffs, MatchByIdentifier) {
+TEST(Diff, MatchesByIdentifier) {
   TestStore store;
-  const DiffSide from{DiffSide::DOCUMENT, Document(GetParam().from)}, to{DiffSide::DOCUMENT, Document(GetParam().to)};
-  EXPECT_EQ(GetParam().lines, Lines(Diff(from, to)));
-  EXPECT_EQ(GetParam().patch, DiffPatch(from, to, false));
+  for (const auto& row : kCases) {
+    SCOPED_TRACE(row.name);
+    const DiffSide from{DiffSide::DOCUMENT, Document(row.from)}, to{DiffSide::DOCUMENT, Document(row.to)};
+    EXPECT_EQ(row.lines, Lines(Diff(from, to)));
+    EXPECT_EQ(row.patch, DiffPatch(from, to, false));
+  }
 }
-INSTANTIATE_TEST_SUITE_P(Documents, Diffs, testing::ValuesIn(kCases),
-                         [](const auto& each) { return std::string(each.param.name); });
 
 TEST(Diff, TakesEverySide) {
   TestStore store;
   store.Set(kTimeSource, R"({"method":"ntp","drift_ppm":1.5})");
   store.Run("UPDATE Config SET AutoConfValue='{\"enabled\":true}', DesiredValue='{\"method\":\"ptp\"}';");
-  store.Run(
-      "INSERT INTO DesiredUserConfig(Component,ConfigGroup,Name,Value) VALUES('clockd','sync','time_source','{}');");
-  store.Run("INSERT INTO DefaultConfig(Component,ConfigGroup,Name,Value) VALUES('clockd','sync','time_source','{}');");
-  store.Run("INSERT INTO Config(Component,ConfigGroup,Name,UserValue) VALUES('c','g','unknown','{}');");
+  PutRow(kTimeSource, "Value", "'{}'", "DesiredUserConfig");
+  PutRow(kTimeSource, "Value", "'{}'", "DefaultConfig");
+  PutRow({"unknown", "g", "c"}, "UserValue", "'{}'");
   ASSERT_EQ(0, backup(GetStorePath(), "/copy"));
   const std::pair<DiffSide::Kind, const char*> lines[] = {
       {DiffSide::STORE, ""},
