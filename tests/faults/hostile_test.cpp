@@ -1,6 +1,5 @@
 // Values, names and patterns that are made to hurt. Each is refused with its code
-// or comes back exactly, without running away and on the small
-// stack of a thread.
+// or comes back exactly, without running away, and on the small stack of a thread.
 
 #include <pthread.h>
 
