@@ -51,6 +51,9 @@ TEST(HostPaths, DISABLED_EnvironmentOfASetIdProgramSaysNothing) {
 }
 
 TEST(HostPaths, EnvironmentOfASetIdProgramIsIgnored) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the search for leaks fails in a set-id program";
+#endif
   if (geteuid() != 0) GTEST_SKIP() << "only root can make a program of somebody else's";
   const TempRoot root;
   const std::string program = root.Resolve("/program");
