@@ -87,7 +87,7 @@ bool ReadResult(const char* path, std::vector<Workload>& workloads) {
   std::ifstream file(path);
   rapidjson::IStreamWrapper stream(file);
   rapidjson::Document result;
-  result.ParseStream(stream);
+  result.ParseStream<rapidjson::kParseNanAndInfFlag>(stream);
   if (!result.IsObject() || !result.HasMember("benchmarks")) return false;
   rapidjson::Value& runs = result["benchmarks"];
   std::stable_sort(runs.Begin(), runs.End(), [](const rapidjson::Value& a, const rapidjson::Value& b) {
