@@ -64,7 +64,7 @@ void SetPartialBootStatusInternal(const std::shared_ptr<ConfigStoreObject>& part
   const auto desired = LayerFromRow(id, ReadObjectRow(Sql::kGetParked, id, connection), kDesiredValue, schema);
   // 2.
   std::shared_ptr<ConfigStoreObject> value = LayerFromRow(id, confirmed, kUserValue, schema);
-  UpdateConfigInternal(part, value, nullptr);
+  UpdateConfigInternal(part, value, nullptr, schema.get());
   Run(ForRow(Sql::kSetConfirmedUser, id), {value->GetData()}, "Failed to confirm the user value.", connection);
   // 3.
   if (desired == nullptr || !HoldSameData(*value, *desired)) return;

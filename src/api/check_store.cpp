@@ -56,7 +56,8 @@ class RowChecks {
     const WriteKind kind = row.Find(kUserValue) != nullptr ? WriteKind::SetFromOutside : WriteKind::SetByHost;
     CheckObject(id, "effective", kind, *schema, [&] {
       return MergeConfig(LayerFromRow(id, row, kVitalValue, schema), LayerFromRow(id, row, kCachedValue, schema),
-                         LayerFromRow(id, row, kAutoConfValue, schema), LayerFromRow(id, row, kUserValue, schema));
+                         LayerFromRow(id, row, kAutoConfValue, schema), LayerFromRow(id, row, kUserValue, schema),
+                         schema.get());
     });
     CheckObject(id, "desired", WriteKind::User, *schema, [&] { return LayerFromRow(id, row, kDesiredValue, schema); });
   }

@@ -85,7 +85,7 @@ std::shared_ptr<ConfigStoreObject> GetDesiredUserConfigInternal(const ConfigStor
 std::shared_ptr<ConfigStoreObject> GetExpectedInternal(const ConfigStoreObjectId& id, const Connection& connection,
                                                        const std::shared_ptr<SchemaObject>& schema) {
   return MergeConfig(GetInternal(id, connection, schema), GetDesiredUserConfigInternal(id, connection, schema), nullptr,
-                     nullptr);
+                     nullptr, schema.get());
 }
 
 void SetDesiredUserConfig(std::vector<std::shared_ptr<ConfigStoreObject>> objects) {

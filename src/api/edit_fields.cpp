@@ -85,7 +85,7 @@ class Editor {
     }
     static const JsonValue kUnknown(rapidjson::kObjectType);
     const JsonValue& below = property == nullptr ? kUnknown : *property;
-    if (const JsonValue* idKey = IdKeyOf(steps[at], *member)) {
+    if (const JsonValue* idKey = InstanceKeyOf(steps[at], *member, property, &idMap_)) {
       InInstances(edit, steps, at + 1, *member, *idKey, below);
     } else {
       if (!member->IsObject()) throw Refusal{"A field on the way holds no further ones"};
@@ -167,10 +167,6 @@ class Editor {
     if (member != nullptr) return *member = made;
     object.AddMember(TextValue(name, allocator_), made, allocator_);
     return *FindValue(object, name);
-  }
-
-  const JsonValue* IdKeyOf(const std::string& name, const JsonValue& value) const {
-    return InstanceKeyOf(name, value, &idMap_);
   }
 
   static JsonValue* FindInstance(JsonValue& elements, std::string_view idKey, const std::string& id) {

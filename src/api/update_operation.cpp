@@ -43,7 +43,7 @@ void ConfigStoreImpl::Update(std::shared_ptr<ConfigStoreObject> object, const US
   // 2. Merged into what the caller's context sees, it is valid as a whole. The
   // merge changes a copy that was read for it alone.
   std::shared_ptr<ConfigStoreObject> stored = GetContext(object->GetId(), context, schema);
-  if (stored != nullptr) UpdateConfigInternal(object, stored, stored->GetJsonDocPtr());
+  if (stored != nullptr) UpdateConfigInternal(object, stored, stored->GetJsonDocPtr(), schema.get());
   ValidateSetByContext(schema, stored != nullptr ? stored : object, context);
   // 3. It is written to the layers that the context selects.
   const UPDATE_CONTEXT update = UpdateContextOf(context, hasUserData);

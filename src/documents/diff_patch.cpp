@@ -163,8 +163,8 @@ class PatchWriter {
                   const JsonValue* property) {
     const JsonValue& node = OrNone(property);
     if (from.IsObject() && to.IsObject()) return PatchMembers(path, from, to, node);
-    const JsonValue* idKey = InstanceKeyOf(name, from, idMap_);
-    if (idKey != nullptr && InstanceKeyOf(name, to, idMap_) != nullptr) {
+    const JsonValue* idKey = InstanceKeyOf(name, from, property, idMap_);
+    if (idKey != nullptr && InstanceKeyOf(name, to, property, idMap_) != nullptr) {
       const JsonValue* items = FindValue(node, "items");
       return PatchInstances(path, Elements(from), Elements(to), TextOf(*idKey), items == nullptr ? node : *items);
     }

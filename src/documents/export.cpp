@@ -110,7 +110,7 @@ class Exporter {
       return std::make_shared<ConfigStoreObject>(object.GetId(), DocOver(storage), schema_, "", "", "", true, nullptr,
                                                  nullptr);
     };
-    return MergeConfig(part(Category::Vital), part(Category::Cached), part(Category::User), nullptr);
+    return MergeConfig(part(Category::Vital), part(Category::Cached), part(Category::User), nullptr, schema_.get());
   }
 
   const ExportOptions& options_;

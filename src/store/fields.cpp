@@ -61,7 +61,7 @@ class FieldWalk {
 
   void VisitValue(std::string_view name, const JsonValue& value, const JsonValue* node) {
     if (value.IsObject() && !value.ObjectEmpty() && !IsSecret(node)) return VisitObject(value, node);
-    const JsonValue* idKey = InstanceKeyOf(name, value, idMap_);
+    const JsonValue* idKey = InstanceKeyOf(name, value, node, idMap_);
     if (idKey == nullptr || value.Empty()) {
       const bool isEmptyHolder = idKey != nullptr || (value.IsObject() && value.ObjectEmpty());
       return visitor_.field({path_, value, node, isEmptyHolder});
@@ -82,8 +82,9 @@ void ForEachField(const JsonValue& data, const JsonValue* node, const JsonValue*
   FieldWalk(idMap, visitor).VisitObject(data, node);
 }
 
-const JsonValue* InstanceKeyOf(std::string_view name, const JsonValue& value, const JsonValue* idMap) {
-  const JsonValue* idKey = idMap == nullptr ? nullptr : FindValue(*idMap, name);
+const JsonValue* InstanceKeyOf(std::string_view name, const JsonValue& value, const JsonValue* node,
+                               const JsonValue* idMap) {
+  const JsonValue* idKey = node != nullptr ? Keyword(node, "instanceId") : Keyword(idMap, name);
   if (idKey == nullptr || !idKey->IsString() || !value.IsArray()) return nullptr;
   const bool areAll = std::all_of(value.Begin(), value.End(),
                                   [idKey](const JsonValue& element) { return IsIdentified(element, TextOf(*idKey)); });

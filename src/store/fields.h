@@ -11,7 +11,8 @@
 ///
 /// A path is a JSON pointer in which an instance stands by its identifier,
 /// "/link/eth0/mtu". Which arrays hold instances is what the merge of layers goes
-/// by, the id map; an array of which any element has no identifier is one value.
+/// by, the schema node and then the id map; an array of which any element has no
+/// identifier is one value.
 
 namespace OrvoConfigStore {
 
@@ -34,9 +35,10 @@ struct FieldVisitor {
 /// and `idMap` may be null.
 void ForEachField(const JsonValue& data, const JsonValue* node, const JsonValue* idMap, const FieldVisitor& visitor);
 
-/// Returns the identifier key of the array `name` when `value` is an array whose
-/// elements all have it, else null.
-const JsonValue* InstanceKeyOf(std::string_view name, const JsonValue& value, const JsonValue* idMap);
+/// Returns the identifier key of the array `name`, which `node` describes unless it
+/// is null, when `value` is an array whose elements all have it, else null.
+const JsonValue* InstanceKeyOf(std::string_view name, const JsonValue& value, const JsonValue* node,
+                               const JsonValue* idMap);
 
 /// Returns a schema node's property `name`, that of its items when it is an
 /// array; null when there is none.

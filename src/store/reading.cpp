@@ -131,15 +131,15 @@ std::shared_ptr<ConfigStoreObject> UserLayerFromRow(const ConfigStoreObjectId& i
 std::shared_ptr<ConfigStoreObject> MergeConfig(std::shared_ptr<ConfigStoreObject> base,
                                                std::shared_ptr<ConfigStoreObject> first,
                                                std::shared_ptr<ConfigStoreObject> second,
-                                               std::shared_ptr<ConfigStoreObject> third) {
-  for (const auto* layer : {&first, &second, &third}) UpdateConfigInternal(*layer, base, nullptr);
+                                               std::shared_ptr<ConfigStoreObject> third, const SchemaObject* schema) {
+  for (const auto* layer : {&first, &second, &third}) UpdateConfigInternal(*layer, base, nullptr, schema);
   return base;
 }
 
 std::shared_ptr<ConfigStoreObject> MergeRow(const ConfigStoreObjectId& id, const Row& row,
                                             const std::shared_ptr<SchemaObject>& schema) {
   return MergeConfig(LayerFromRow(id, row, kVitalValue, schema), LayerFromRow(id, row, kCachedValue, schema),
-                     LayerFromRow(id, row, kAutoConfValue, schema), UserLayerFromRow(id, row, schema));
+                     LayerFromRow(id, row, kAutoConfValue, schema), UserLayerFromRow(id, row, schema), schema.get());
 }
 
 std::shared_ptr<ConfigStoreObject> GetInternal(const ConfigStoreObjectId& id, const Connection& connection,

@@ -85,11 +85,13 @@ std::shared_ptr<ConfigStoreObject> LayerFromRow(const ConfigStoreObjectId& id, c
 std::shared_ptr<ConfigStoreObject> UserLayerFromRow(const ConfigStoreObjectId& id, const Row& row,
                                                     const std::shared_ptr<SchemaObject>& schema);
 
-/// Folds three layers over `base`, in this order; any may be an empty pointer.
+/// Folds three layers over `base`, in this order; any may be an empty pointer. With
+/// `schema`, that of their type, arrays are merged as it describes them.
 std::shared_ptr<ConfigStoreObject> MergeConfig(std::shared_ptr<ConfigStoreObject> base,
                                                std::shared_ptr<ConfigStoreObject> first,
                                                std::shared_ptr<ConfigStoreObject> second,
-                                               std::shared_ptr<ConfigStoreObject> third);
+                                               std::shared_ptr<ConfigStoreObject> third,
+                                               const SchemaObject* schema = nullptr);
 
 /// Folds the layers of `row` into one object. A layer whose column is absent is
 /// skipped, so that rows of any read statement can be passed.

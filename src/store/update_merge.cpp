@@ -4,25 +4,32 @@
 #include <utility>
 
 #include "configstore/errors.h"
+#include "objects/schema_node.h"
 #include "platform/json_values.h"
 #include "store/member_editor.h"
 
 namespace OrvoConfigStore {
 namespace {
 
-// One merge: where values are allocated, and which arrays hold instances.
+// One merge: where values are allocated, and which arrays hold instances. The nodes
+// that are handed down describe the data; they are null where nothing does.
 class Merge {
  public:
   Merge(JsonAllocator& allocator, const JsonValue* idMap) : allocator_(allocator), idMap_(idMap) {}
 
-  void MergeMembers(JsonValue& target, const JsonValue& update) {
+  void MergeMembers(JsonValue& target, const JsonValue& update, SchemaNode* node) {
     MemberEditor members(target, update.MemberCount(), allocator_);
     for (const auto& change : update.GetObject()) {
       const std::string_view name = TextOf(change.name);
+      const bool isNested = change.value.IsObject() || change.value.IsArray();
+      SchemaNode* property = isNested && node != nullptr ? node->Property(name) : nullptr;
+      const JsonValue* idKey = isNested ? IdKeyOf(name, property) : nullptr;
       if (change.value.IsObject()) {
-        MergeSubObject(members, name, change.value);
-      } else if (const JsonValue* idKey = change.value.IsArray() ? IdKeyOf(name) : nullptr) {
-        MergeInstances(members, name, change.value, std::string(TextOf(*idKey)));
+        if (idKey != nullptr) RefuseObject(name);
+        MergeSubObject(members, name, change.value, property);
+      } else if (idKey != nullptr) {
+        SchemaNode* items = property == nullptr ? nullptr : property->Items();
+        MergeInstances(members, name, change.value, std::string(TextOf(*idKey)), items);
       } else {
         SetMember(members, name, change.value);
       }
@@ -30,8 +37,16 @@ class Merge {
   }
 
  private:
-  const JsonValue* IdKeyOf(std::string_view name) const {
-    return idMap_ == nullptr ? nullptr : FindValue(*idMap_, name);
+  const JsonValue* IdKeyOf(std::string_view name, SchemaNode* property) const {
+    if (property == nullptr) return idMap_ == nullptr ? nullptr : FindValue(*idMap_, name);
+    const JsonValue* idKey = property->FindAny(Keyword::InstanceId);
+    return idKey != nullptr && idKey->IsString() ? idKey : nullptr;
+  }
+
+  [[noreturn]] static void RefuseObject(std::string_view name) {
+    const SubObjectId sid{std::string(name)};
+    throw ConfigStoreException(CS_GENERAL,
+                               ("Non-Singleton object should contain instanceId: " + sid.toString()).c_str());
   }
 
   // Returns the member, created empty when it is missing or null.
@@ -43,20 +58,17 @@ class Merge {
     return *member;
   }
 
-  void MergeSubObject(MemberEditor& members, std::string_view name, const JsonValue& update) {
-    const SubObjectId sid{std::string(name)};
-    if (IdKeyOf(name) != nullptr) {
-      throw ConfigStoreException(CS_GENERAL,
-                                 ("Non-Singleton object should contain instanceId: " + sid.toString()).c_str());
-    }
+  void MergeSubObject(MemberEditor& members, std::string_view name, const JsonValue& update, SchemaNode* node) {
     JsonValue& target = FindOrCreate(members, name, rapidjson::kObjectType);
     if (!target.IsObject()) {
+      const SubObjectId sid{std::string(name)};
       throw InvalidArgumentException(CS_GENERAL, ("Not a singleton SubObject: " + sid.toString()).c_str());
     }
-    MergeMembers(target, update);
+    MergeMembers(target, update, node);
   }
 
-  void MergeInstances(MemberEditor& members, std::string_view name, const JsonValue& update, const std::string& idKey) {
+  void MergeInstances(MemberEditor& members, std::string_view name, const JsonValue& update, const std::string& idKey,
+                      SchemaNode* items) {
     JsonValue& elements = FindOrCreate(members, name, rapidjson::kArrayType);
     if (!elements.IsArray()) ThrowInvalidJson();
     InstanceFinder instances(elements, idKey, update.Size());
@@ -70,7 +82,7 @@ class Merge {
         instances.TakeLast();
         instance = elements.End() - 1;
       }
-      MergeMembers(*instance, change);
+      MergeMembers(*instance, change, items);
     }
   }
 
@@ -89,7 +101,7 @@ class Merge {
 }  // namespace
 
 void UpdateConfigInternal(const std::shared_ptr<ConfigStoreObject>& update, std::shared_ptr<ConfigStoreObject>& target,
-                          std::shared_ptr<JsonDoc> document) {
+                          std::shared_ptr<JsonDoc> document, const OrvoSchemaStore::SchemaObject* schema) {
   if (update == nullptr || update == target) return;
   if (target == nullptr) {
     target = update;
@@ -101,7 +113,8 @@ void UpdateConfigInternal(const std::shared_ptr<ConfigStoreObject>& update, std:
   JsonValue& data = *target->GetJsonDocPtr()->GetJsonValuePtr();
   if (!data.IsObject()) ThrowInvalidJson();
   const std::shared_ptr<JsonDoc> idMap = target->GetIdMap();
-  Merge(*document->allocator, idMap == nullptr ? nullptr : idMap->GetJsonValuePtr()).MergeMembers(data, changes);
+  Merge merge(*document->allocator, idMap == nullptr ? nullptr : idMap->GetJsonValuePtr());
+  merge.MergeMembers(data, changes, schema == nullptr ? nullptr : &ObjectNodeOf(*schema));
 }
 
 }  // namespace OrvoConfigStore

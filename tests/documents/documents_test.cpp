@@ -9,7 +9,8 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-// Singletons, one of them with everything that splits and merges; " is written '.
+// A type with everything that splits and merges, "probe" and "probe/port" named as
+// arrays of instances are; " is written '.
 constexpr char kMeter[] = R"({"component": "meterd", "group": "probes", "key": "probe", "version": "1", "schema": {
   "type": "array", "instanceId": "name", "items": {"type": "object", "additionalProperties": false,
   "required": ["name", "rate"], "properties": {
@@ -18,6 +19,8 @@ constexpr char kMeter[] = R"({"component": "meterd", "group": "probes", "key": "
     "key": {"type": "secret", "minLength": 5},
     "keys": {"type": "array", "items": {"type": "secret"}},
     "window": {"type": "object", "properties": {"size": {"type": "double"}, "base": {"type": "string", "vital": true}}},
+    "probe": {"type": "object", "properties": {"port": {"type": "array", "items": {"type": "string"}},
+      "mark": {"type": "string", "vital": true}}},
     "port": {"type": "array", "instanceId": "id", "items": {"type": "object", "required": ["id"], "properties": {
       "id": {"type": "string", "instanceId": true}, "pin": {"type": "secret"}, "mac": {"type": "string", "vital": true},
       "speed": {"type": "integer"}}}}}}}})";
@@ -225,10 +228,14 @@ TEST_F(Documents, ExportOfAnImportIsTheSameText) {
     store.Run("DELETE FROM Config;");
     for (const std::string name : {"a", "b/\xff\"", "c\n"}) {
       PutRow(Probe(name), "AutoConfValue, UserValue, VitalValue, CachedValue",
-             layer({"'rate':1", "'window':{'size':2.0}", "'port':" + ports(",'speed':1")}) + "," +
-                 layer({"'keys':['k'],'key':'12345'", "'rate':2", "'window':{}", "'port':" + ports(",'pin':'s'")}) +
-                 "," + layer({"'serial':'v'", "'port':" + ports(",'mac':'m'"), "'window':{'base':'w'}"}) + "," +
-                 layer({"'seen':1"}));
+             layer({"'rate':1", "'window':{'size':2.0}", "'probe':{'port':['x']}", "'port':" + ports(",'speed':1")}) +
+                 "," +
+                 layer({"'keys':['k'],'key':'12345'", "'rate':2", "'window':{}", "'probe':{'port':['y','y']}",
+                        "'port':" + ports(",'pin':'s'")}) +
+                 "," +
+                 layer({"'serial':'v'", "'probe':{'mark':'m'}", "'port':" + ports(",'mac':'m'"),
+                        "'window':{'base':'w'}"}) +
+                 "," + layer({"'seen':1"}));
     }
     const std::string first = Export(With(SECRETS_INCLUDED));
     store.Run("DELETE FROM Config;");
