@@ -39,7 +39,7 @@ ReportLine LineOf(const StoreFinding& finding) {
 
 /// What the next load would take away, beside the automatic values, which come anew.
 void AddRisks(std::vector<ReportLine>& lines) {
-  for (const BootChange& change : OrvoConfigStore::PreviewBoot().changes) {
+  for (const BootChange& change : OrvoConfigStore::PreviewBootLosses()) {
     const auto add = [&](const char* what) { lines.push_back({"at-risk", ObjectName(change.id), what}); };
     if (change.desiredLost) add("the next load deletes the object with its desired value");
     if (change.userBefore && !change.userAfter) add("the next load clears its user value");

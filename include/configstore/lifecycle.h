@@ -148,4 +148,10 @@ struct BootPreview {
 /// ConfigStoreException(2000) when the store cannot be read, and as LoadStore does.
 CONFIGSTORE_API BootPreview PreviewBoot();
 
+/// Returns those of these changes that take something away: an object that loses its
+/// user value, gets another one in its place, or goes with its desired value. It
+/// takes memory for the objects with a desired value, not for all, unless the load
+/// puts the staged configuration in force. Throws as PreviewBoot.
+CONFIGSTORE_API std::vector<BootChange> PreviewBootLosses();
+
 }  // namespace OrvoConfigStore

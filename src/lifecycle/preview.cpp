@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 #include <string>
 #include <tuple>
@@ -81,10 +82,8 @@ std::vector<BootChange> ChangesOf(const Course& course) {
   return changes;
 }
 
-}  // namespace
-
-BootPreview PreviewBoot() {
-  const Connection copy = DBStore::OpenPrivateCopy();
+// Runs the steps on a copy of the store, which may leave out what they do not change.
+BootPreview PreviewOn(const Connection& copy) {
   if (copy == nullptr) {
     throw ConfigStoreException(CS_GENERAL, ("Cannot preview: " + DBStore::LastFailure().message).c_str());
   }
@@ -98,6 +97,29 @@ BootPreview PreviewBoot() {
   ResetSuccessInternal(copy);
   course.after = ReadRows(copy);
   return {appliesStaged, ChangesOf(course)};
+}
+
+bool IsLoss(const BootChange& change) {
+  return change.desiredLost.has_value() || (change.userBefore && change.userBefore != change.userAfter);
+}
+
+}  // namespace
+
+BootPreview PreviewBoot() {
+  return PreviewOn(DBStore::OpenPrivateCopy());
+}
+
+std::vector<BootChange> PreviewBootLosses() {
+  constexpr char kStaged[] = "Component, ConfigGroup, Name, Identifier, Value";
+  constexpr char kObjects[] =
+      "Component, ConfigGroup, Name, Identifier, UserValue, VitalValue, CachedValue, DesiredValue, Success";
+  const Connection copy = DBStore::OpenPrivateCopyOf({{"KVTable", "Key, Value", ""},
+                                                      {kDesiredUserConfigTable, kStaged, Sql::kOfAnApplyBoot},
+                                                      {"Config", kObjects, Sql::kOfALossyLoad}});
+  std::vector<BootChange> changes = PreviewOn(copy).changes;
+  changes.erase(std::remove_if(changes.begin(), changes.end(), [](const auto& each) { return !IsLoss(each); }),
+                changes.end());
+  return changes;
 }
 
 }  // namespace OrvoConfigStore

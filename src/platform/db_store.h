@@ -71,6 +71,16 @@ std::shared_ptr<StoreConnection> OpenPrivateCopy();
 /// The same of the database file at `path`, which is only read.
 std::shared_ptr<StoreConnection> OpenPrivateCopy(const std::string& path);
 
+/// Rows of a table: what they hold, "Key, Value", and which they are, "WHERE ...".
+struct RowSelection {
+  const char* table;
+  const char* columns;
+  const char* condition;
+};
+/// Opens a copy of the store in memory that holds these rows alone, all as they were
+/// at one time; columns that are not named have their defaults. Returns as above.
+std::shared_ptr<StoreConnection> OpenPrivateCopyOf(const std::vector<RowSelection>& selections);
+
 /// Begin and commit the innermost transaction; the outermost begins as a writer.
 int BeginTransaction(const std::shared_ptr<StoreConnection>& connection);
 int CommitTransaction(const std::shared_ptr<StoreConnection>& connection);

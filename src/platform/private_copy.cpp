@@ -1,11 +1,17 @@
+#include <memory>
+#include <string>
+#include <string_view>
+
 #include "platform/database_schema.h"
 #include "platform/db_failure.h"
 #include "platform/db_store.h"
 #include "platform/host_files.h"
 #include "platform/host_paths.h"
 #include "platform/per_thread.h"
+#include "platform/query_rows.h"
 #include "platform/rehearsal.h"
 #include "platform/store_connection.h"
+#include "platform/store_tables.h"
 
 namespace DBStore {
 
@@ -49,7 +55,63 @@ Database CopyToMemory(const std::string& path) {
   return {};
 }
 
+int CreateTables(sqlite3* database) {
+  int code = SQLITE_OK;
+  for (const Definition& each : StoreDefinitions()) {
+    if (code == SQLITE_OK) code = sqlite3_exec(database, each.sql.c_str(), nullptr, nullptr, nullptr);
+  }
+  return code;
+}
+
+/// Returns "?, ?, ?" for "A, B, C".
+std::string PlacesFor(std::string_view columns) {
+  std::string places = "?";
+  for (const char c : columns) {
+    if (c == ',') places += ", ?";
+  }
+  return places;
+}
+
+/// Appends the rows to the table of the same name in `to`; returns SQLite's code.
+int CopyRows(sqlite3* from, const RowSelection& rows, sqlite3* to) {
+  const std::string table = rows.table, columns = rows.columns;
+  const std::string sql = "INSERT INTO " + table + "(" + columns + ") VALUES(" + PlacesFor(columns) + ");";
+  sqlite3_stmt* prepared = nullptr;
+  int inserted = sqlite3_prepare_v2(to, sql.c_str(), -1, &prepared, nullptr);
+  const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> insert(prepared, sqlite3_finalize);
+  if (inserted != SQLITE_OK) return inserted;
+  const auto take = [&](int count, const char* const* texts) {
+    if (inserted != SQLITE_OK) return;
+    // The texts outlive the step; a null one binds NULL.
+    for (int i = 0; i < count; ++i) sqlite3_bind_text(insert.get(), i + 1, texts[i], -1, SQLITE_STATIC);
+    sqlite3_step(insert.get());
+    inserted = sqlite3_reset(insert.get());
+  };
+  const int read = QueryRows(from, ("SELECT " + columns + " FROM " + table + " " + rows.condition).c_str(), take);
+  return read != SQLITE_OK ? read : inserted;
+}
+
+int CopySelections(sqlite3* from, const std::vector<RowSelection>& selections, sqlite3* to) {
+  int code = sqlite3_exec(from, "BEGIN;", nullptr, nullptr, nullptr);
+  for (const RowSelection& rows : selections) {
+    if (code == SQLITE_OK) code = CopyRows(from, rows, to);
+  }
+  return code;  // the end of the transaction is that of its connection
+}
+
 }  // namespace
+
+std::shared_ptr<StoreConnection> OpenPrivateCopyOf(const std::vector<RowSelection>& selections) {
+  ClearFailure();
+  const Database source = OpenSource(HaldenLib::kStoreFile);
+  Database copy = OpenInMemory();
+  if (source == nullptr || copy == nullptr) return {};
+  int code = CreateTables(copy.get());
+  if (code == SQLITE_OK) code = CopySelections(source.get(), selections, copy.get());
+  if (code == SQLITE_OK) return std::make_shared<StoreConnection>(std::move(copy));
+  ReportFailure(code, sqlite3_errstr(code), HaldenLib::kStoreFile);
+  return {};
+}
 
 std::shared_ptr<StoreConnection> OpenPrivateCopy(const std::string& path) {
   Database copy = CopyToMemory(path);

@@ -230,6 +230,11 @@ constexpr char kGetUpgradeStatus[] = "SELECT Success FROM UpgradeStatus WHERE Li
 constexpr char kDeleteDefaults[] = "DELETE FROM DefaultConfig WHERE Name='%s' and ConfigGroup='%s' and Component='%s';";
 constexpr char kReadPending[] =
     "SELECT Component, ConfigGroup, Name, Identifier, UserValue, DesiredValue, Success from Config;";
+// Which rows a load can give another user value, or delete with a desired one: a row
+// changes by what it holds itself and, in an apply boot, by what is staged for it.
+constexpr char kOfAnApplyBoot[] = "WHERE (SELECT Value FROM KVTable WHERE Key='APPLY_BOOT') = 'true'";
+constexpr char kOfALossyLoad[] =
+    "WHERE DesiredValue IS NOT NULL or (SELECT Value FROM KVTable WHERE Key='APPLY_BOOT') = 'true'";
 
 }  // namespace Sql
 

@@ -40,6 +40,8 @@ TEST_F(Preview, SaysWhatANormalLoadDoes) {
       "normal; user_account@auto ->- lost desired; user_account@cleared old>old still unconfirmed; "
       "time_source old>pending unconfirmed",
       Print(PreviewBoot()));
+  EXPECT_EQ("normal; user_account@auto ->- lost desired; time_source old>pending unconfirmed",
+            Print({false, PreviewBootLosses()}));
   EXPECT_EQ("user_account@cleared old 0; time_source pending 0; k old 1", LoadedRows());
 }
 
@@ -56,6 +58,10 @@ TEST_F(Preview, SaysWhatAStagedLoadDoesAndLeavesTheStoreAlone) {
       "apply; user_account@auto ->- lost desired; user_account@cleared old>- still unconfirmed; "
       "user_account@staged ->new unconfirmed; time_source old>pending unconfirmed; k old>-",
       Print(PreviewBoot()));
+  EXPECT_EQ(
+      "apply; user_account@auto ->- lost desired; user_account@cleared old>- still unconfirmed; "
+      "time_source old>pending unconfirmed; k old>-",
+      Print({true, PreviewBootLosses()}));
   EXPECT_TRUE(before == files());
   EXPECT_TRUE(GetNextBootMode());
   EXPECT_EQ("user_account@cleared - 0; user_account@staged new 0; time_source pending 0; k - 1", LoadedRows());
