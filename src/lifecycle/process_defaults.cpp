@@ -13,6 +13,7 @@
 #include "configstore/logging.h"
 #include "lifecycle/package_files.h"
 #include "objects/json_access.h"
+#include "platform/json_repeats.h"
 #include "platform/sql_format.h"
 #include "store/connection.h"
 #include "store/rows.h"
@@ -101,6 +102,11 @@ bool TakeFile(const PackageFile& file, DefaultsByType& all) {
   JsonReadFailure failure;
   if (!ReadJson(file.text, storage.document, &failure)) {
     LogRefusal(file.path, "Not JSON, at byte " + std::to_string(failure.offset) + ": " + failure.reason);
+    return false;
+  }
+  std::string place;
+  if (const JsonValue* name = FindRepeatedName(storage.document, &place)) {
+    LogRefusal(file.path + "#" + place, "Member is there twice: " + std::string(TextOf(*name)));
     return false;
   }
   JsonValue* entries = storage.document.IsObject() ? FindValue(storage.document, "defaults") : nullptr;
