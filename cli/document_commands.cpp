@@ -1,4 +1,5 @@
 #include <configstore/documents.h>
+#include <configstore/inspect.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include "diagnosis.h"
 #include "failure.h"
 #include "json_text.h"
+#include "known_type.h"
 #include "object_input.h"
 #include "object_name.h"
 #include "output_file.h"
@@ -111,9 +113,19 @@ ExportSummary ExportToFile(const Session& session, const ExportCommand& command)
   return summary;
 }
 
+/// Refuses what names nothing: a document without objects would look like an answer.
+void RequireKnown(const std::string& prefixText) {
+  if (prefixText.empty()) return;
+  const NamePrefix prefix = ParseNamePrefix(prefixText);
+  if (IsRegistered(prefix)) return;
+  const auto stored = OrvoConfigStore::ListStoredObjects(prefix.component, prefix.group, prefix.key);
+  if (stored.empty()) FailUnregistered(prefix);
+}
+
 Exit ExportDocument(Session& session, const ExportCommand& command) {
   session.where = command.prefix;
   OpenStore();
+  RequireKnown(command.prefix);
   WarnOfLeftOut(command.file.empty() ? ExportToOutput(session, command) : ExportToFile(session, command));
   return Exit::kDone;
 }

@@ -1,5 +1,7 @@
 #include "failure.h"
 
+#include <configstore/object_name.h>
+
 #include <cstring>
 #include <new>
 #include <set>
@@ -7,10 +9,12 @@
 
 #include "diagnosis.h"
 #include "json_text.h"
+#include "known_type.h"
 
 namespace csctl {
 
 using OrvoConfigStore::ConfigStoreException;
+using OrvoConfigStore::ConfigStoreObjectId;
 using OrvoConfigStore::StorageError;
 using OrvoConfigStore::ValidationException;
 
@@ -25,9 +29,10 @@ struct Rule {
   const char* next;
 };
 
+constexpr char kUnknownType[] = "\"csctl types\" lists the known types; \"csctl schema add FILE\" registers one";
+
 const Rule kRules[] = {
-    {OrvoConfigStore::CS_GENERAL, "Schema not found for object: ", Exit::kNotFound,
-     "\"csctl types\" lists the known types; \"csctl schema add FILE\" registers one"},
+    {OrvoConfigStore::CS_GENERAL, "Schema not found for object: ", Exit::kNotFound, kUnknownType},
     {OrvoConfigStore::CS_GENERAL, "API cannot be invoked with EXTERNAL context during boot", Exit::kRefused,
      "write again when the host has booted, or write automatic configuration with --as auto"},
     {OrvoConfigStore::CS_GENERAL, "Singleton object cannot contain instanceId", Exit::kInvalid,
@@ -124,6 +129,16 @@ std::vector<OrvoConfigStore::ErrorInfo> Unplaced(const Failure& failure) {
   return unplaced;
 }
 
+/// As AskForNearest, of the object or type that a failure names; empty when it names none.
+std::string AskForNearestTo(const std::string& where) {
+  try {
+    const ConfigStoreObjectId id = OrvoConfigStore::ParseObjectName(where);
+    return AskForNearest({id.component, id.group, id.key});
+  } catch (const ConfigStoreException&) {
+    return {};
+  }
+}
+
 /// Indents every line of `text` and makes it printable.
 std::string DetailLines(const std::string& text) {
   std::string lines;
@@ -167,6 +182,7 @@ Failure Explain(const std::exception& error, const std::string& where) {
     failure = {Exit::kInternal, error.what(), "", "this is a fault of csctl or its library; please report it"};
   }
   if (failure.where.empty()) failure.where = where;
+  if (failure.next == kUnknownType) failure.next = AskForNearestTo(failure.where) + failure.next;
   return failure;
 }
 

@@ -5,6 +5,7 @@
 #include "command.h"
 #include "failure.h"
 #include "json_text.h"
+#include "known_type.h"
 #include "object_input.h"
 #include "object_name.h"
 
@@ -136,9 +137,12 @@ std::string Remark(const StoredName& name) {
 }
 
 Exit List(Session& session, const std::string& prefixText) {
+  session.where = prefixText;
   const NamePrefix prefix = prefixText.empty() ? NamePrefix() : ParseNamePrefix(prefixText);
   OpenStore();
   const auto names = OrvoConfigStore::ListStoredObjects(prefix.component, prefix.group, prefix.key);
+  // What is stored is listed, its type known or not.
+  if (names.empty() && !prefixText.empty() && !IsRegistered(prefix)) FailUnregistered(prefix);
   std::vector<std::string> elements;
   for (const StoredName& name : names) {
     if (session.json) {

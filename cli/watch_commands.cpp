@@ -1,4 +1,3 @@
-#include <configstore/host.h>
 #include <configstore/watch.h>
 #include <poll.h>
 #include <unistd.h>
@@ -11,6 +10,7 @@
 #include "command.h"
 #include "failure.h"
 #include "json_text.h"
+#include "known_type.h"
 #include "object_name.h"
 #include "stop_signals.h"
 
@@ -20,7 +20,6 @@ using OrvoConfigStore::ConfigChange;
 using OrvoConfigStore::ConfigStoreException;
 using OrvoConfigStore::ConfigStoreObjectId;
 using OrvoConfigStore::ConfigWatcher;
-using OrvoConfigStore::SchemaInfo;
 
 namespace {
 
@@ -37,11 +36,6 @@ constexpr const char* kChangeWords[] = {"created", "changed", "deleted"};
 // A boot that replaces the store leaves it unreadable for moments.
 constexpr std::chrono::seconds kPatience{5};
 
-bool Selects(const ConfigStoreObjectId& selected, const SchemaInfo& type) {
-  const auto fits = [](const std::string& part, const std::string& name) { return part.empty() || part == name; };
-  return fits(selected.component, type.component) && fits(selected.group, type.group) && fits(selected.key, type.key);
-}
-
 ConfigStoreObjectId ParseSelection(const std::string& text) {
   if (std::count(text.begin(), text.end(), '/') >= 2) return ParseObjectName(text);
   const NamePrefix prefix = ParseNamePrefix(text);
@@ -50,15 +44,13 @@ ConfigStoreObjectId ParseSelection(const std::string& text) {
 
 /// Returns what to watch. A name that no type could have would be waited for in vain.
 std::vector<ConfigStoreObjectId> TakeSelection(Session& session, const std::vector<std::string>& names) {
-  const std::vector<SchemaInfo> types = OrvoConfigStore::ListSchemas();
   std::vector<ConfigStoreObjectId> selection;
   for (const std::string& name : names) {
     session.where = name;
     selection.push_back(ParseSelection(name));
-    const bool known = std::any_of(types.begin(), types.end(),
-                                   [&](const SchemaInfo& type) { return Selects(selection.back(), type); });
-    if (!known)
-      throw CommandFailed({Exit::kNotFound, "no registered type has this name", "", "\"csctl types\" lists them"});
+    const ConfigStoreObjectId& id = selection.back();
+    const NamePrefix type{id.component, id.group, id.key};
+    if (!IsRegistered(type)) FailUnregistered(type);
   }
   session.where.clear();
   return selection;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "configstore/export.h"
+#include "configstore/object_id.h"
 
 /// What tools and tests need of the host: where it is, its databases, its types.
 
@@ -47,6 +48,12 @@ CONFIGSTORE_API std::vector<SchemaInfo> RegisterSchemaFiles(const std::vector<st
 /// there is no schema store. Throws ConfigStoreException(2000) when it cannot be
 /// read.
 CONFIGSTORE_API std::vector<SchemaInfo> ListSchemas();
+
+/// Returns the name of the registered type that `type` is most likely a misspelling of,
+/// as <configstore/object_name.h> writes it; empty when none is near. Where `type` has
+/// no key, or neither key nor group, it is the beginning of a name, "netd/ipstack".
+/// Throws as ListSchemas.
+CONFIGSTORE_API std::string NearestTypeName(const ConfigStoreObjectId& type);
 
 /// Why the calling thread's last database call failed.
 struct StorageError {

@@ -6,7 +6,9 @@
 #include <set>
 #include <tuple>
 
+#include "api/nearest_name.h"
 #include "configstore/errors.h"
+#include "configstore/object_name.h"
 #include "platform/db_store.h"
 #include "platform/host_paths.h"
 #include "platform/schema_check.h"
@@ -121,6 +123,18 @@ std::vector<SchemaInfo> ListSchemas() {
     types.push_back(InfoOf(record));
   }
   return types;
+}
+
+std::string NearestTypeName(const ConfigStoreObjectId& type) {
+  const auto written = [&type](const std::string& component, const std::string& group, const std::string& key) {
+    std::string name = EscapeNamePart(component);
+    if (!type.group.empty()) name += "/" + EscapeNamePart(group);
+    if (!type.key.empty()) name += "/" + EscapeNamePart(key);
+    return name;
+  };
+  std::set<std::string> names;
+  for (const SchemaInfo& each : ListSchemas()) names.insert(written(each.component, each.group, each.key));
+  return NearestName(written(type.component, type.group, type.key), {names.begin(), names.end()});
 }
 
 StorageError LastStorageError() {

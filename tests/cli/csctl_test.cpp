@@ -70,6 +70,8 @@ const std::vector<Row> kStockedHostRows = {
     {"ls", "", 0, {"$user@dora\n$net\n"}},
     {"ls netd/ipstack --json", "", 0, {"[{\"id\":\"$net\""}},
     {"ls clockd", "", 0, {}},
+    {"ls netd/ipstakc", "", 4, {"no registered type has this name", "did you mean \"netd/ipstack\"?"}},
+    {"get netd/ipstack/stack_setings", "", 4, {"did you mean \"$net\"?"}},
     {"ls netd//x", "", 2, {"a part of the name is empty"}},
     {"find $user", "{\"login\":\"dora\"}", 0, {"$user@dora", "\"uid\": 1001"}},
     {"find $user", "{\"login\":\"nobody\"}", 1, {}},
