@@ -36,9 +36,9 @@ class Items : public TestStore {
   Items() : TestStore({kItems}) {
     for (const std::string id : {"a", "b"}) {
       const std::string head = R"('{"id":")" + id + "\",";
-      PutRow(Item(id), "Success, AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue",
-             "0, " + head + "\"u\":1}', " + head + "\"u\":2}', " + head + "\"v\":3}', " + head + "\"k\":4}', " + head +
-                 "\"u\":5}'");
+      PutRow(Item(id), "CreationTime, Success, AutoConfValue, UserValue, VitalValue, CachedValue, DesiredValue",
+             "'then', 0, " + head + "\"u\":1}', " + head + "\"u\":2}', " + head + "\"v\":3}', " + head + "\"k\":4}', " +
+                 head + "\"u\":5}'");
     }
   }
 
@@ -97,6 +97,18 @@ TEST(LayerWrites, LeaveTheOtherLayersAndRows) {
     EXPECT_EQ(row.shape, store.Shape());
     EXPECT_EQ(2, store->CancelTransaction()) << "nothing is left open";
   }
+}
+
+TEST(LayerWrites, OfOneObjectKeepItsCreationTime) {
+  Items store;
+  for (const auto& context : {kAutomatic, kExternal}) {
+    store->SetUserData(Object("a", kU), context);
+    store->Update(Object("a", kUV), context);
+    store->Set(Object("a", kUV), context);
+  }
+  store->SetVitalData(Object("a", kV));
+  store->SetCachedData(Object("a", kK));
+  EXPECT_EQ("then 2.0; then ", store.Query("SELECT CreationTime, Version FROM Config ORDER BY Identifier;"));
 }
 
 // Writes that are refused or ignored, and what they throw.
@@ -166,6 +178,8 @@ TEST(Update, MergesWithWhatTheCallerSeesAndRemovesNothing) {
   store->Update(Object("a", R"({"u":7})"), kAutomatic);
   EXPECT_EQ(R"({"id":"a","u":1,"o":{"x":1,"y":6},"w":5,"l":[3]})", store.Query("SELECT UserValue FROM Config;"));
   EXPECT_EQ(R"({"id":"a","u":7})", store.Query("SELECT AutoConfValue FROM Config;"));
+  store.Run("UPDATE Config SET ModifiedTime='then';");
+  EXPECT_EQ("19", store.Query("SELECT length(ModifiedTime) FROM Config;")) << "any update refreshes it";
 }
 
 TEST(Update, OfCachedDataAloneKeepsTheDesiredValue) {
@@ -201,6 +215,9 @@ TEST(LayerWrites, ThatFailInsideLeaveWhatWasThere) {
   EXPECT_EQ("2000 Operation failed: WriteComplete failed", Thrown([&] {
               store->SetInstances({Object("n", kU), Object("z", kU)}, kExternal);
             }));
+  store.Run("DROP TRIGGER fault;");
+  FailAt("DELETE ON Config");
+  EXPECT_EQ("2000 Delete failed: component c group g key item instanceId a", Thrown([&] { store->Delete(Item("a")); }));
   EXPECT_EQ("a AUVCD0; b AUVCD0", store.Shape());
   store.Run("UPDATE Config SET VitalValue='{' WHERE Identifier='a';");
   const LogCapture log(store.Root());

@@ -121,23 +121,6 @@ TEST(Objects, ThatAreRefusedSayWhyAndChangeNothing) {
   EXPECT_EQ("", ConfigStore::GetSchemaVersion(ConfigStoreObjectId("k", "g", "c")));
 }
 
-TEST(Objects, HaveAnyBytestringAsNameAndItIsNeverSql) {
-  TestStore store;
-  const std::string names[] = {"it's",     "a'; DROP TABLE Config; --", "100%s %1$s", "line\nbreak", "a@b#/c",
-                               "\xff\xfe", std::string(255, 'n')};
-  for (const std::string& name : names) store.Set(UserAccount(name), kDora);
-  for (const std::string& name : names) {
-    std::string id;
-    store->Get(UserAccount(name))->GetValue("cs_generated_id", &id);
-    EXPECT_EQ(name, id);
-    EXPECT_EQ(kDora, store.Get(UserAccount(name)));
-    store->Delete(UserAccount(name));
-    EXPECT_EQ("-", store.Get(UserAccount(name)));
-    store->Delete(UserAccount(name));
-  }
-  EXPECT_EQ("0", store.Query("SELECT count(*) FROM Config;"));
-}
-
 TEST(Objects, GiveNestedElementsTheIdentifierTheyLack) {
   TestStore store;
   const auto object = ConfigStore::CreateObject(

@@ -145,18 +145,6 @@ TEST_F(BootCommands, BackupIsOneFileThatBringsTheStoreBack) {
   EXPECT_EQ(kManual + "\n", Clock());
 }
 
-TEST_F(BootCommands, BackupThatFailsKeepsTheOldOne) {
-  ASSERT_EQ(0, Csctl("backup").exit);
-  const std::string before = root_.Read(kBackup);
-  root_.Write(kStoreFile, std::string(8192, 'x'));
-  EXPECT_EQ(8, Csctl("backup --verify").exit);
-  EXPECT_EQ(before, root_.Read(kBackup));
-  Check({"get $clock", "", 8, {"damaged"}});
-  Check({"load --boot", "", 0, {"csctl boot end"}});
-  EXPECT_EQ(0, Csctl("confirm --all").exit);
-  EXPECT_EQ(kManual + "\n", Clock());
-}
-
 TEST_F(BootCommands, BadPackageFilesAreRefusedAndLogged) {
   const char* const kKinds[] = {"default", "schema"};
   for (const std::string kind : kKinds) {

@@ -72,15 +72,6 @@ TEST_F(Documents, FilesWithSecretsAreTheirOwnersAlone) {
   EXPECT_EQ(std::filesystem::perms(0700), ModeOf(root_.Resolve("/var/lib/halden/configstore/backup")));
 }
 
-TEST_F(Documents, ImportGivesWhatWasExported) {
-  const std::string before = Printed("export --show-secrets"), file = root_.Write("/document", before);
-  ASSERT_EQ(0, Csctl("import -", kAccounts).exit);
-  ASSERT_EQ(0, Csctl("apply -f -", InNetd(R"({"mtu":9000})")).exit);
-  EXPECT_NE(before, Printed("export --show-secrets"));
-  ASSERT_EQ(0, Csctl("import " + file).exit);
-  EXPECT_EQ(before, Printed("export --show-secrets"));
-}
-
 TEST_F(Documents, WhatIsLeftOutIsSaid) {
   // The type turns into one with a single object.
   const std::string schema = root_.Write("/schema.json", R"({"component":"accessd","group":"local","key":"user_account",

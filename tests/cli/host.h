@@ -50,7 +50,7 @@ class EmptyHost : public testing::Test {
     return Run({std::istream_iterator<std::string>(words), {}}, input);
   }
   std::string Printed(const std::string& line, const std::string& input = "") { return Csctl(line, input).out; }
-  /// Runs a row; one that fails leaves the store as it was. Returns all that it has said.
+  /// Runs a row; one that is refused leaves the store as it was. Returns all that it has said.
   std::string Check(const Row& row) {
     SCOPED_TRACE("csctl " + row.line);
     const std::string before = root_.Read(kStoreFile);
@@ -62,7 +62,7 @@ class EmptyHost : public testing::Test {
     for (const std::string& part : row.shown) {
       EXPECT_NE(std::string::npos, speaking.find(Filled(part))) << part << "\nin\n" << speaking;
     }
-    EXPECT_TRUE(row.exit == 0 || before == root_.Read(kStoreFile));
+    EXPECT_TRUE(row.exit <= 1 || before == root_.Read(kStoreFile));
     return speaking;
   }
   /// Runs each row on the host as it is now.

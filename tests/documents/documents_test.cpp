@@ -102,16 +102,6 @@ TEST_F(Documents, SecretsAreMaskedOmittedOrIncluded) {
       << violations;
 }
 
-TEST_F(Documents, ObjectsThatNoDocumentHoldsAreCounted) {
-  PutRow({"gone", "b", "a"}, "UserValue", "'{}'");
-  PutRow(Probe(""), "UserValue", "'{}'");
-  const ExportSummary summary = Export({}, [](std::string_view) {});
-  ASSERT_EQ(2u, summary.leftOut.size());
-  EXPECT_EQ("gone the type is not registered", summary.leftOut[0].type.key + " " + summary.leftOut[0].reason);
-  EXPECT_EQ("probe the type has instances", summary.leftOut[1].type.key + " " + summary.leftOut[1].reason);
-  EXPECT_EQ(0u, summary.objects);
-}
-
 TEST_F(Documents, DamageFailsTheExportAndNamesTheObject) {
   PutRow(kTimeSource, "UserValue", "'{'");
   EXPECT_EQ("1056 Export operation failed: component clockd group sync key time_source: Failed to parse JSON String",

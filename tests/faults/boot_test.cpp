@@ -35,47 +35,40 @@ const char kJournal[] =
     "PRAGMA journal_mode=DELETE; PRAGMA cache_size=1; BEGIN; DELETE FROM Config; INSERT INTO KVTable(Key, Value) "
     "SELECT 'other', zeroblob(1000000);";
 
+/// What lies in the place of the store or of the backup: a file's own side files, left by a script, or a file that
+/// is written as it is.
 struct Situation {
   const char* name;
-  void (*make)(const FaultHost& host);
+  std::string script = "", suffix = "", content = "";
+  bool isAlone = false;    // its file is gone
   bool isRestored = true;  // what this makes of the backup
+
+  void Make(const FaultHost& host, const std::string& path) const {
+    if (!script.empty()) RunAndDie(host, path, script);
+    if (!content.empty()) host.root.Write(path + suffix, content);
+    if (isAlone) fs::remove(host.root.Resolve(path));
+  }
 };
 
 const Situation kBesideTheStore[] = {
-    {"nothing", [](const FaultHost&) {}},
-    {"a log", [](const FaultHost& host) { RunAndDie(host, kStore, kLog); }},
-    {"a journal", [](const FaultHost& host) { RunAndDie(host, kStore, kJournal); }},
-    {"a log alone",
-     [](const FaultHost& host) {
-       RunAndDie(host, kStore, kLog);
-       fs::remove(host.root.Resolve(kStore));
-     }},
-    {"a journal alone",
-     [](const FaultHost& host) {
-       RunAndDie(host, kStore, kJournal);
-       fs::remove(host.root.Resolve(kStore));
-     }},
-    {"a broken log", [](const FaultHost& host) { host.root.Write(kStore + "-wal", std::string(9000, '\x37')); }},
-    {"a broken journal", [](const FaultHost& host) { host.root.Write(kStore + "-journal", std::string(9000, 'j')); }},
-    {"a broken index", [](const FaultHost& host) { host.root.Write(kStore + "-shm", std::string(32768, '\x7f')); }},
+    {"nothing"},
+    {"a log", kLog},
+    {"a journal", kJournal},
+    {"a log alone", kLog, "", "", true},
+    {"a journal alone", kJournal, "", "", true},
+    {"a broken log", "", "-wal", std::string(9000, '\x37')},
+    {"a broken journal", "", "-journal", std::string(9000, 'j')},
+    {"a broken index", "", "-shm", std::string(32768, '\x7f')},
 };
 
 const Situation kBackups[] = {
-    {"good", [](const FaultHost&) {}},
-    {"of the first boot",
-     [](const FaultHost& host) {
-       host.root.Write(HaldenLib::kFirstBootBackupFile, host.root.Read(kBackup));
-       fs::remove(host.root.Resolve(kBackup));
-     }},
-    {"none", [](const FaultHost& host) { fs::remove(host.root.Resolve(kBackup)); }, false},
-    {"cut", [](const FaultHost& host) { fs::resize_file(host.root.Resolve(kBackup), 5000); }, false},
-    {"zeroed", [](const FaultHost& host) { host.root.Write(kBackup, std::string(40960, '\0')); }, false},
-    {"a text", [](const FaultHost& host) { host.root.Write(kBackup, "no database"); }, false},
-    {"with a log",
-     [](const FaultHost& host) {
-       RunAndDie(host, kBackup, "PRAGMA journal_mode=WAL; INSERT INTO KVTable(Key) VALUES('x');");
-     }},
-    {"with a journal", [](const FaultHost& host) { RunAndDie(host, kBackup, kJournal); }},
+    {"good"},
+    {"of the first boot", "", "", "", true},
+    {"none", "", "", "", true, false},
+    {"zeroed", "", "", std::string(40960, '\0'), false, false},
+    {"a text", "", "", "no database", false, false},
+    {"with a log", "PRAGMA journal_mode=WAL; INSERT INTO KVTable(Key) VALUES('x');"},
+    {"with a journal", kJournal},
 };
 
 TEST(Boot, RestoresTheBackupWholeOrBeginsAfresh) {
@@ -87,8 +80,9 @@ TEST(Boot, RestoresTheBackupWholeOrBeginsAfresh) {
       ASSERT_EQ(0, backup(kStore, kBackup));
       Parts()[0].write(host, 8);
       host.Close();
-      beside.make(host);
-      kept.make(host);
+      beside.Make(host, kStore);
+      if (&kept == &kBackups[1]) host.root.Write(HaldenLib::kFirstBootBackupFile, host.root.Read(kBackup));
+      kept.Make(host, kBackup);
       LoadStore(true);
       SetBootStatus(FaultType("single"), true);
       host.Open();
@@ -129,32 +123,6 @@ TEST(Boot, KilledAtAnyMomentAppliesTheStagedConfigurationWhollyOrNotAtAll) {
     ASSERT_TRUE(IsConsistentStore(kStore)) << n;
     ASSERT_FALSE(GetNextBootMode());
   }
-}
-
-TEST(Boot, WaitsForAProcessThatHoldsTheStoreAndHasItsProgramsWhateverSigchldDoes) {
-  FaultHost host;
-  StageAndApply(host, 1);
-  int ends[2];
-  ASSERT_EQ(0, pipe(ends));
-  const pid_t holder = fork();
-  if (holder == 0) {
-    sqlite3* database = nullptr;
-    sqlite3_open(host.root.Resolve(kStore).c_str(), &database);
-    const int code = sqlite3_exec(database, "BEGIN IMMEDIATE;", nullptr, nullptr, nullptr);
-    if (write(ends[1], &code, 1) != 1) _exit(1);
-    usleep(700000);
-    _exit(0);
-  }
-  char isHeld = 1;
-  ASSERT_EQ(1, read(ends[0], &isHeld, 1));
-  LoadStore(false);
-  EXPECT_EQ(1, AppliedGeneration());
-  waitpid(holder, nullptr, 0);
-  ASSERT_EQ(0, backup(kStore, kBackup));
-  signal(SIGCHLD, SIG_IGN);
-  LoadStore(true);
-  signal(SIGCHLD, SIG_DFL);
-  EXPECT_EQ(1, AppliedGeneration());
 }
 
 }  // namespace

@@ -126,20 +126,6 @@ TEST(LoadStore, StepsChangeAllOrNothing) {
   }
 }
 
-TEST(LoadStore, LeavesNothingAttachedOrBegunWhenAStepFails) {
-  const TestHost host;
-  host.Put(kTimeSource, "'auto', 'old', null, 'pending', 1");
-  FailAt("UPDATE ON Config");
-  const Connection connection = GetConn();
-  for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ("2000 Failed to reset success flag for configuration.",
-              Thrown([&] { ResetSuccessInternal(connection); }));
-  }
-  EXPECT_EQ("2000 Error removing auto configuration value.", Thrown([&] { CleanupAutoConfigInternal(connection); }));
-  EXPECT_EQ(2, DBStore::CancelTransaction(connection));
-  EXPECT_EQ("time_source old pending 1", host.Rows());
-}
-
 TEST(LoadStore, StopsAtASchemaStoreThatCannotBeAttached) {
   const TestHost host;
   host.Put(kTimeSource, "null, 'old', null, 'pending', 1");

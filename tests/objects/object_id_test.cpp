@@ -20,13 +20,6 @@ TEST(ObjectId, HashesAreFixed) {
   for (const auto& [id, hash] : kHashes) EXPECT_EQ(hash, hashCsoId(id)) << id.toString();
 }
 
-TEST(ObjectId, PrintsComponentFirstAndTheInstanceOnlyWhenNamed) {
-  EXPECT_EQ("component c group g key k", ConfigStoreObjectId("k", "g", "c").toString());
-  EXPECT_EQ("component c group g key k instanceId i1", ConfigStoreObjectId("k", "g", "c", "i1").toString());
-  EXPECT_EQ(" key k", SubObjectId("k").toString());
-  EXPECT_EQ(" key k instanceId i", SubObjectId("k", "i").toString());
-}
-
 TEST(ObjectId, EveryPartTellsTwoIdsApart) {
   std::unordered_map<ConfigStoreObjectId, int> ids;
   for (const ConfigStoreObjectId& id :
@@ -36,12 +29,6 @@ TEST(ObjectId, EveryPartTellsTwoIdsApart) {
   }
   EXPECT_EQ(6u, ids.size());
   EXPECT_EQ(1u, ids.count(ConfigStoreObjectId("a", "b", "c", "x")));
-}
-
-TEST(ObjectId, OfAnInstanceIsDemanded) {
-  EXPECT_EQ("2000 Non-Singleton object should contain instanceId",
-            Thrown([] { validateInstanceId(ConfigStoreObjectId("k", "g", "c")); }));
-  EXPECT_EQ("", Thrown([] { validateInstanceId(ConfigStoreObjectId("k", "g", "c", "i")); }));
 }
 
 }  // namespace

@@ -117,17 +117,4 @@ TEST(Check, LeavesNothingBesideTheFileAndTakesNoAddress) {
   EXPECT_FALSE(Check("/b/none"));
 }
 
-TEST(Check, ReadsTheLogOfAStoreInUseAndFindsDamage) {
-  const TestDatabase host;
-  const Connection connection = host.Connect();
-  ASSERT_EQ(0, host.Run(connection, "ALTER TABLE KVTable RENAME TO Gone"));
-  EXPECT_FALSE(Check(kStore));
-  ASSERT_EQ(0, host.Run(connection, "ALTER TABLE Gone RENAME TO KVTable"));
-  EXPECT_TRUE(Check(kStore));
-  std::string content = host.root.Read(kStore);
-  content.replace(content.size() - 4096, 2000, std::string(2000, '\x7f'));
-  host.root.Write("/copy", content);
-  EXPECT_FALSE(Check("/copy"));
-}
-
 }  // namespace

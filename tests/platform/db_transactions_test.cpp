@@ -79,37 +79,6 @@ TEST(Transactions, AreUndoneWithTheirConnectionAndLeaveTheFailureOnRecord) {
   EXPECT_EQ(SQLITE_ERROR, LastFailure().code);
 }
 
-TEST(TwoConnections, WriteOneAfterTheOtherAndReadBesideEachOther) {
-  const TestDatabase host;
-  const Connection writer = host.Connect(), other = host.Connect();
-  ASSERT_EQ(0, BeginTransaction(writer));
-  ASSERT_EQ(0, host.Put(writer, "first"));
-  EXPECT_EQ("-", host.Keys(other));
-  EXPECT_EQ(1, host.Put(other, "second"));
-  EXPECT_EQ(SQLITE_BUSY, LastFailure().code & 0xFF);
-  EXPECT_EQ(1, host.Run(other, "BEGIN IMMEDIATE;"));
-  ASSERT_EQ(0, CommitTransaction(writer));
-  EXPECT_EQ(0, host.Put(other, "second"));
-  EXPECT_EQ("first second", host.StoredKeys());
-}
-
-// The steps in a child of a process that is `levels` deep in a transaction.
-TEST(ForkedChild, RefusesAnInheritedTransactionUntilItIsCancelled) {
-  const struct {
-    int levels;
-    const char *steps, *results;
-  } kCases[] = {{1, "1bcxx2", "!1102!"}, {2, "1bcx1xx2", "!110!02!"}};
-  const TestDatabase host;
-  const Connection connection = host.Connect();
-  for (const auto& row : kCases) {
-    for (int i = 0; i < row.levels; ++i) ASSERT_EQ(0, BeginTransaction(connection));
-    ASSERT_EQ(0, host.Put(connection, "p" + std::to_string(row.levels)));
-    EXPECT_EQ(0, InChild([&] { return Steps(connection, row.steps) == row.results ? 0 : 1; }));
-    for (int i = 0; i < row.levels; ++i) ASSERT_EQ(0, CommitTransaction(connection));
-  }
-  EXPECT_EQ("p1 p2", host.StoredKeys());
-}
-
 // What a child did to its parent's transaction would show first in the journal.
 TEST(ForkedChild, LeavesTheJournalOfAnInheritedTransactionAlone) {
   const TestDatabase host;

@@ -88,20 +88,6 @@ TEST(Preferences, AreTheLinesOfTheirFile) {
   Preference_Exit();
 }
 
-TEST(Features, AreOnUnlessSwitchedOff) {
-  const TempRoot root;
-  root.Write("/etc/halden/features", "ConfigStoreUpgrade=off\nConfigStoreRestore = on\n");
-  EXPECT_TRUE(FeatureState_IsEnabled(kFeatureStore));
-  EXPECT_FALSE(FeatureState_IsEnabled(kFeatureUpgrade));
-  EXPECT_TRUE(FeatureState_IsEnabled(kFeatureRestore));
-  root.Write("/etc/halden/features", "ConfigStoreRestore=off");
-  EXPECT_TRUE(FeatureState_IsEnabled(kFeatureRestore)) << "read again without being told";
-  FeatureState_Init();
-  EXPECT_FALSE(FeatureState_IsEnabled(kFeatureRestore));
-  const TempRoot otherHost;
-  EXPECT_TRUE(FeatureState_IsEnabled(kFeatureRestore));
-}
-
 std::string Encode(const std::string& data) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(data.data());
   std::string text(Base64_EncodedLength(bytes, data.size()), '#');
@@ -132,16 +118,6 @@ TEST(Base64, CodesAndDecodesAnyBytesAndRefusesWhatIsNotCanonical) {
     EXPECT_EQ("refused", Decode(text)) << text;
   }
   EXPECT_EQ("refused", Decode(std::string("Zm9\0", 4)));
-}
-
-TEST(Uuid, IsRandomOfVersionFour) {
-  std::set<std::string> seen;
-  const std::regex form("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}");
-  for (int i = 0; i < 200; ++i) {
-    const HeapText uuid(UUID_CreateRandom());
-    EXPECT_TRUE(std::regex_match(uuid.get(), form)) << uuid.get();
-    EXPECT_TRUE(seen.insert(uuid.get()).second);
-  }
 }
 
 TEST(Backtrace, LeavesOutInnermostFramesAndIsWrittenIntoAnyBuffer) {

@@ -81,16 +81,6 @@ TEST(Forms, AreLiftedAsTheTextsThatTheyMake) {
   }
 }
 
-TEST(Forms, RefuseWhatCannotBeFilledIn) {
-  FormCache forms;
-  LiftedStatement lifted;
-  const std::string nul("a\0b", 3);
-  EXPECT_EQ("2000 A name cannot hold a NUL byte.", Thrown([&] {
-              forms.Lift({"SELECT 1 WHERE a='%s'", {nul}}, &lifted);
-            }));
-  EXPECT_NE("", Thrown([&] { forms.Lift({"SELECT 1 WHERE a='%2$s'", {"one"}}, &lifted); }));
-}
-
 TEST(SqlFormat, FillsPlacesInOnePassAndDoublesQuotes) {
   using OrvoConfigStore::FormatSql;
   EXPECT_EQ("a 'x' b 'y'", FormatSql("a '%s' b '%s'", {"x", "y"}));

@@ -68,19 +68,4 @@ TEST(LayerSplit, UnknownFieldsAndUnusableNodesAreRefused) {
   EXPECT_EQ("2000 Invalid JSON", split(R"({"open":{"x":1}})"));
 }
 
-TEST(LayerSplit, TheContextChoosesTheLayerOfUserData) {
-  TestStore store;
-  const auto object = ConfigStore::CreateObject(kTimeSource, R"({"method":"ntp","drift_ppm":1.5})");
-  const auto schema = store.Schema(kTimeSource);
-  const auto layers = [&](uint32_t context) {
-    const LayerValues values = BuildLayerValues(*object, *schema, context);
-    return values.autoConf + "|" + values.user + "|" + values.vital + "|" + values.cached;
-  };
-  EXPECT_EQ(R"(|{"method":"ntp"}||{"drift_ppm":1.5})", layers(0));
-  EXPECT_EQ(R"({"method":"ntp"}|||{"drift_ppm":1.5})", layers(1));
-  EXPECT_EQ(R"(|||{"drift_ppm":1.5})", layers(7));
-  EXPECT_TRUE(isUserType(*object, *schema));
-  EXPECT_FALSE(isUserType(*ConfigStore::CreateObject(kTimeSource, R"({"drift_ppm":1.5})"), *schema));
-}
-
 }  // namespace

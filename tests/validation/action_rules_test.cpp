@@ -116,11 +116,6 @@ TEST(KindsOfWrite, ReportTheirOwnBreachesAlone) {
       const bool expected = std::find(row.reported.begin(), row.reported.end(), breach) != row.reported.end();
       EXPECT_EQ(expected, Reports(row.kind, *breach)) << "kind " << int(row.kind) << breach->violation;
     }
-  }
-}
-
-TEST(KindsOfWrite, AssignGeneratedIdsOnlyToWhatTheyComplete) {
-  for (const KindCase& row : kKindCases) {
     const auto schema = CreateDocumentFromString(Quoted(kSchema));
     const auto data = CreateDocumentFromString(Quoted("{'r':'','rv':'','g':[{}]}"));
     FindViolations(row.kind, *schema->document, *data->document, *data->allocator);

@@ -95,7 +95,8 @@ TEST(GeneratedIds, AreAssignedWhereTheSchemaHasThem) {
   const auto assign = [&](int check) {
     const auto errors = CreateDocument();
     ValidateJsonInternal(*schema->document, *data->document, *errors->document, {check});
-    return std::regex_replace(JsonText(*data->GetJsonValuePtr()), std::regex("[0-9a-f-]{36}"), "NEW");
+    return std::regex_replace(JsonText(*data->GetJsonValuePtr()),
+                              std::regex("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"), "NEW");
   };
   EXPECT_EQ(Quoted("{'l':[{},{'cs_generated_id':'kept'}],'o':{}}"), assign(CHECK_REQUIRED));
   EXPECT_EQ(Quoted("{'l':[{'cs_generated_id':'NEW'},{'cs_generated_id':'kept'}],'o':{},'cs_generated_id':'NEW'}"),
