@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -59,20 +60,34 @@ class PrivateFile {
 
 // --- masking a text that is no JSON ------------------------------------------
 
-std::vector<std::string> SecretNames(const ConfigStoreObjectId& id) {
-  std::vector<std::string> names;
-  for (const auto& field : OrvoConfigStore::DescribeType({id.key, id.group, id.component})) {
-    if (field.type.find("secret") != std::string::npos) names.push_back(field.path.substr(field.path.rfind('/') + 1));
-  }
-  return names;
-}
+/// The names of a type's fields.
+struct FieldNames {
+  std::vector<std::string> secret;
+  std::set<std::string> plain;
 
-/// Returns where the first of the names in a line ends; npos without one.
-size_t EndOfName(const std::string& line, const std::vector<std::string>& names) {
+  explicit FieldNames(const ConfigStoreObjectId& id) {
+    for (const auto& field : OrvoConfigStore::DescribeType({id.key, id.group, id.component})) {
+      const std::string name = field.path.substr(field.path.rfind('/') + 1);
+      const bool isSecret = field.type.find("secret") != std::string::npos;
+      isSecret ? secret.push_back(name) : static_cast<void>(plain.insert(name));
+    }
+  }
+};
+
+/// Returns where the first name in a line that is not a plain one ends, its quote left
+/// out; npos without one.
+size_t EndOfName(const std::string& line, const FieldNames& names) {
   size_t end = std::string::npos;
-  for (const std::string& name : names) {
+  for (const std::string& name : names.secret) {
     const size_t at = line.find(name);
     if (at != std::string::npos) end = std::min(end, at + name.size());
+  }
+  for (size_t quote = line.find('"'); quote != std::string::npos && quote < end; quote = line.find('"', quote + 1)) {
+    const size_t next = line.find_first_not_of(" \t", quote + 1);
+    if (next == std::string::npos || line[next] != ':') continue;
+    const size_t before = quote == 0 ? std::string::npos : line.find_last_of("\"{[, \t", quote - 1);
+    const size_t begin = before == std::string::npos ? 0 : before + 1;
+    if (names.plain.count(line.substr(begin, quote - begin)) == 0) return quote;
   }
   return end;
 }
@@ -82,7 +97,7 @@ bool MayGoOn(const std::string& line) {
   return line.find("\":") == std::string::npos && line.find_first_not_of("{}[], \t\r") != std::string::npos;
 }
 
-std::string MaskLines(const std::string& text, const std::vector<std::string>& names) {
+std::string MaskLines(const std::string& text, const FieldNames& names) {
   std::string masked, line;
   bool isBehindSecret = false;
   for (std::istringstream lines(text); std::getline(lines, line);) {
@@ -119,21 +134,21 @@ Edited EditText(const std::string& text) {
   return {ReadInput(path), WIFEXITED(status) && WEXITSTATUS(status) == 0};
 }
 
-std::string KeepEdited(const ConfigStoreObjectId& id, const std::string& text) {
-  PrivateFile file(WithoutSecrets(id, text));
+std::string KeepEdited(const std::string& text) {
+  PrivateFile file(text);
   file.Keep();
   return file.Path();
 }
 
 std::string WithoutSecrets(const ConfigStoreObjectId& id, const std::string& text) {
-  const std::string masked = OrvoConfigStore::MaskSecrets(id, text);
+  const std::string masked = OrvoConfigStore::MaskSecretsOfInput(id, text);
   if (masked == text) return text;
   std::string compact;
   try {
     const auto document = OrvoConfigStore::CreateDocumentFromString(text);
     OrvoConfigStore::SerializeValue(*document->GetJsonValuePtr(), compact);
   } catch (const OrvoConfigStore::ConfigStoreException&) {
-    return MaskLines(text, SecretNames(id));
+    return MaskLines(text, FieldNames(id));
   }
   return masked == compact ? text : IndentJson(masked) + "\n";
 }

@@ -20,12 +20,13 @@ Edited EditText(const std::string& text);
 /// Returns the command that EditText runs.
 std::string EditorCommand();
 
-/// Keeps what was edited of the object in a file of this user alone, its secrets
-/// masked, and returns the path. Throws CommandFailed(kUsage) when it cannot.
-std::string KeepEdited(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& text);
+/// Keeps `text` in a file of this user alone and returns the path. Throws
+/// CommandFailed(kUsage) when it cannot.
+std::string KeepEdited(const std::string& text);
 
-/// Returns `text`, meant to be the JSON text of the object, with every secret in it
-/// masked; of a text that is none, whatever follows a secret's name.
+/// Returns `text`, meant to be the JSON text of the object, with everything in it masked
+/// that is a secret or may be one under a wrong name; of a text that is none, whatever
+/// follows such a name.
 std::string WithoutSecrets(const OrvoConfigStore::ConfigStoreObjectId& id, const std::string& text);
 
 }  // namespace csctl

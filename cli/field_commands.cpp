@@ -141,9 +141,10 @@ Exit StoreEdited(Session& session, const ConfigStoreObjectId& id, const Layer& l
                               const Layer& layer, const std::string& text) {
   Failure failure = Explain(error, session.where);
   try {
-    const std::string path = Printable(KeepEdited(id, text));
-    failure.next = "what you edited is kept in " + path + "; correct it there, then \"csctl set " + session.where +
-                   " --layer " + layer.name + " -f " + path + "\"; nothing was changed";
+    const std::string shown = WithoutSecrets(id, text), path = Printable(KeepEdited(shown));
+    const char* const but = shown == text ? "" : ", secrets and what may be some masked";
+    failure.next = "what you edited is kept in " + path + but + "; correct it there, then \"csctl set " +
+                   session.where + " --layer " + layer.name + " -f " + path + "\"; nothing was changed";
   } catch (const CommandFailed& lost) {
     failure.next += "; what you edited could not be kept: " + std::string(lost.what());
   }

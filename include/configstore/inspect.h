@@ -68,6 +68,11 @@ extern CONFIGSTORE_API const char kSecretMask[];
 /// the type is unknown.
 CONFIGSTORE_API std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json);
 
+/// The same, for what was typed and is not stored: where the type has secrets, the
+/// value of a member that it does not know is masked too, unless the name is a slip of
+/// one that holds none. It may be a secret under a name that is misspelt.
+CONFIGSTORE_API std::string MaskSecretsOfInput(const ConfigStoreObjectId& id, const std::string& json);
+
 /// A value of a field in one of the layers.
 struct LayerValue {
   std::string layer;  ///< "vital", "cached", "auto" or "user"

@@ -39,7 +39,9 @@ void ForEachStoredRow(const std::string& component, const std::string& group, co
   throw ConfigStoreException(CS_GENERAL, ("Get failed: " + DBStore::LastFailure().message).c_str());
 }
 
-std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json) {
+namespace {
+
+std::string Masked(const ConfigStoreObjectId& id, const std::string& json, bool isInput) {
   const std::shared_ptr<SchemaObject> schema = LookUpSchema(id);
   CheckSchema(id, schema);
   if (!schema->HasSecrets()) return json;
@@ -47,7 +49,18 @@ std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json) 
   std::string masked;
   if (!ReadJson(json, storage.document, nullptr) || !storage.document.IsObject()) return kSecretMask;
   MaskSecretValues(storage.document, schema->GetObjectNode());
+  if (isInput) MaskUndescribedValues(storage.document, schema->GetObjectNode());
   return WriteJson(storage.document, masked) ? masked : kSecretMask;
+}
+
+}  // namespace
+
+std::string MaskSecrets(const ConfigStoreObjectId& id, const std::string& json) {
+  return Masked(id, json, false);
+}
+
+std::string MaskSecretsOfInput(const ConfigStoreObjectId& id, const std::string& json) {
+  return Masked(id, json, true);
 }
 
 }  // namespace OrvoConfigStore

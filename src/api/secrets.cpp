@@ -3,8 +3,10 @@
 #include <map>
 #include <string_view>
 
+#include "api/nearest_name.h"
 #include "configstore/inspect.h"
 #include "platform/json_members.h"
+#include "store/fields.h"
 
 namespace OrvoConfigStore {
 
@@ -92,13 +94,38 @@ void ForEachSecret(JsonValue& data, const JsonValue& node, const JsonValue* stor
   }
 }
 
+void Mask(JsonValue& value) {
+  value.SetString(rapidjson::StringRef(kSecretMask));
+}
+
+// Whether `name`, which the node does not describe, is a slip of one without secrets.
+bool IsPlainSlip(std::string_view name, const JsonValue& node) {
+  const std::string nearest = NearestName(name, PropertyNames(&node));
+  return !nearest.empty() && !HoldsSecret(PropertyOf(&node, nearest));
+}
+
 }  // namespace
 
 void MaskSecretValues(JsonValue& data, const JsonValue& node) {
-  auto mask = [](JsonValue& value, const JsonValue*, const std::string&) {
-    value.SetString(rapidjson::StringRef(kSecretMask));
-  };
+  auto mask = [](JsonValue& value, const JsonValue*, const std::string&) { Mask(value); };
   ForEachSecret(data, node, nullptr, "", mask);
+}
+
+void MaskUndescribedValues(JsonValue& data, const JsonValue& node) {
+  if (data.IsArray()) {
+    const JsonValue* items = MemberOf(&node, "items");
+    if (items == nullptr) return;
+    for (JsonValue& element : data.GetArray()) MaskUndescribedValues(element, *items);
+  }
+  if (!data.IsObject()) return;
+  for (auto& member : data.GetObject()) {
+    const std::string_view name = TextOf(member.name);
+    if (const JsonValue* property = PropertyOf(&node, name)) {
+      MaskUndescribedValues(member.value, *property);
+    } else if (!member.value.IsBool() && !member.value.IsNull() && !IsPlainSlip(name, node)) {
+      Mask(member.value);
+    }
+  }
 }
 
 void OmitSecretValues(JsonValue& data, const JsonValue& node) {

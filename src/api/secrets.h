@@ -14,6 +14,11 @@ namespace OrvoConfigStore {
 /// Replaces every secret in `data`, whatever its JSON type, by the mask.
 void MaskSecretValues(JsonValue& data, const JsonValue& node);
 
+/// Replaces by the mask what may be a secret under a wrong name: the text, number,
+/// object or array of each member that the schema does not describe, unless its name
+/// is a slip of one that holds no secret.
+void MaskUndescribedValues(JsonValue& data, const JsonValue& node);
+
 /// Removes every secret from `data`.
 void OmitSecretValues(JsonValue& data, const JsonValue& node);
 

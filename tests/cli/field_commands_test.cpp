@@ -87,6 +87,9 @@ const struct { const char* editor; int exit; const char *reason, *kept; } kRefus
     {"sed -i 's/1001/-1/'", 3, "line 3, column 10: /uid: Integer value below minimum: 0; allowed: ", "-1"},
     {"sed -i 's/1001/-1/; s/\"•••\"/\"MARK\"/'", 3, "/uid: ", "-1"},
     {"sed -i 's/1001/10 01/; s/\"•••\"/\"MARK\\nMARK/'", 3, "no JSON object\n  line 3, column", "10 01"},
+    {"sed -i 's/\"password_hash\": \"•••\"/\"pasword_hsh\": \"MARK\", \"x\": [\"MARK\"], \"shel\": \"sh\"/'", 3,
+     "pasword_hsh", "\"shel\": \"sh\""},
+    {"sed -i 's/1001/10 01/; s/\"password_hash\": \"/\"pasword_hsh\" : \"MARK/'", 3, "no JSON object", "10 01"},
     {"x=RK; f() { sed -i \"s/1001/10/; s/•••/MA$x/\" $1; false; }; f", 2, "the editor failed", "10"},
 };
 // clang-format on
