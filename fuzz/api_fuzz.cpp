@@ -56,42 +56,20 @@ class Run {
     const bool isFree = before_.empty();
     ConfigStore& store = *handles_[isFree ? Next() % 2 : 0];
     const std::string& instance = kInstances[Next() % std::size(kInstances)];
-    switch (Next() % 14) {
-      case 0:
-        return Set(store, instance);
-      case 1:
-        return SetLayer(&ConfigStore::SetVitalData, store, instance, 1);
-      case 2:
-        return SetLayer(&ConfigStore::SetCachedData, store, instance, 2);
-      case 3:
-        return Update(store, instance);
-      case 4:
-        store.Delete(Object(instance, {})->GetId());
-        now_.erase(instance);
-        return;
-      case 5:
-        return SetInstances(store);
-      case 6:
-        return Refuse(store, instance);
-      case 7:
-        if (before_.size() < kMostLevels) Begin();
-        return;
-      case 8:
-      case 9:
-        if (!isFree) End(Next() % 2 == 0);
-        return;
-      case 10:
-        if (isFree) Open();
-        return;
-      case 11:
-        if (isFree) Import(Export());
-        return;
-      case 12:
-        if (isFree) Demand(backup(GetStorePath(), "/etc/halden/configstore/copy") == 0);
-        return;
-      default:
-        return Expect();
-    }
+    const uint8_t step = Next() % 14;
+    if (step == 0) return Set(store, instance);
+    if (step == 1) return SetLayer(&ConfigStore::SetVitalData, store, instance, 1);
+    if (step == 2) return SetLayer(&ConfigStore::SetCachedData, store, instance, 2);
+    if (step == 3) return Update(store, instance);
+    if (step == 4) return Delete(store, instance);
+    if (step == 5) return SetInstances(store);
+    if (step == 6) return Refuse(store, instance);
+    if (step == 7 && before_.size() < kMostLevels) return Begin();
+    if ((step == 8 || step == 9) && !isFree) return End(Next() % 2 == 0);
+    if (step == 10 && isFree) return Open();
+    if (step == 11 && isFree) return static_cast<void>(Import(Export()));
+    if (step == 12 && isFree) return Demand(backup(GetStorePath(), "/etc/halden/configstore/copy") == 0);
+    if (step == 13) Expect();
   }
 
   bool IsAtEnd() const { return at_ == end_; }
@@ -120,6 +98,11 @@ class Run {
   void Keep(const std::string& instance, const Layers& layers) {
     now_[instance] = layers;
     if (instance.empty() && layers == Layers()) now_.erase(instance);
+  }
+
+  void Delete(ConfigStore& store, const std::string& instance) {
+    store.Delete(Object(instance, {})->GetId());
+    now_.erase(instance);
   }
 
   void Set(ConfigStore& store, const std::string& instance) {

@@ -75,14 +75,6 @@ TEST(Watcher, WaitsForAStoreThatIsGone) {
   EXPECT_EQ("-user_account@a -time_source@", Polled(watcher)) << "b is what it was";
 }
 
-TEST(Watcher, WorksOnInAForkedChild) {
-  WatchedStore store;
-  ConfigWatcher watcher;
-  store.Run("DELETE FROM Config WHERE Identifier='a';");
-  EXPECT_EQ(0, InChild([&] { return Polled(watcher) == kDeletedA ? 0 : 1; }));
-  EXPECT_EQ("-user_account@a", Polled(watcher));
-}
-
 TEST(Watcher, TellsWhatAFailedPollCouldNot) {
   WatchedStore store;
   ConfigWatcher watcher;

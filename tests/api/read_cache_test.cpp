@@ -125,7 +125,7 @@ TEST_F(WarmCache, IsRightInAForkedChildAndItsParent) {
 
 TEST_F(WarmCache, IsRightAfterTheStoreFileWasReplaced) {
   for (const char* suffix : {"", "-wal", "-shm"}) {
-    std::filesystem::remove(host_.Root().Resolve(HaldenLib::kStoreFile) + suffix);
+    fs::remove(host_.Root().Resolve(HaldenLib::kStoreFile) + suffix);
   }
   CreateDatabases();
   Put(*host_, 0, 9);

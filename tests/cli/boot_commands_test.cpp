@@ -5,8 +5,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kBackup = "/var/lib/halden/configstore/backup/current-store-1";
 const std::string kPackages = "/usr/lib/halden/configmanager/components";
 

@@ -65,11 +65,11 @@ TEST_F(Documents, FilesWithSecretsAreTheirOwnersAlone) {
   umask(022);
   for (const bool shows : {false, true}) {
     ASSERT_EQ(0, Csctl("export -o " + file + (shows ? " --show-secrets" : "")).exit);
-    EXPECT_EQ(std::filesystem::perms(shows ? 0600 : 0644), ModeOf(file));
+    EXPECT_EQ(fs::perms(shows ? 0600 : 0644), ModeOf(file));
     EXPECT_EQ(shows, root_.Read("/exported").find("$6$hush") != std::string::npos);
   }
   ASSERT_EQ(0, Csctl("backup").exit);
-  EXPECT_EQ(std::filesystem::perms(0700), ModeOf(root_.Resolve("/var/lib/halden/configstore/backup")));
+  EXPECT_EQ(fs::perms(0700), ModeOf(root_.Resolve("/var/lib/halden/configstore/backup")));
 }
 
 TEST_F(Documents, WhatIsLeftOutIsSaid) {

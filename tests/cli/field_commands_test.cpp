@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <filesystem>
 #include <iterator>
 
 #include "cli/host.h"
@@ -99,18 +98,18 @@ TEST_F(Fields, RefusedEditIsKeptWithoutSecrets) {
   ASSERT_EQ(0, Csctl("set $user@dora", R"({"login":"dora","uid":1001,"password_hash":"$6$ab12$MARKMARK"})").exit);
   setenv("TMPDIR", folder.c_str(), 1);
   for (const auto& row : kRefusedEdits) {
-    std::filesystem::create_directory(folder);
+    fs::create_directory(folder);
     setenv("EDITOR", row.editor, 1);
     const std::string said = Check(
         {"edit $user@dora", "", row.exit, {row.reason, "kept in " + folder, "csctl set $user@dora --layer user -f "}});
-    const std::filesystem::directory_iterator files(folder);
+    const fs::directory_iterator files(folder);
     ASSERT_EQ(1, std::distance(begin(files), end(files))) << row.editor;
-    const std::string path = std::filesystem::directory_iterator(folder)->path();
+    const std::string path = fs::directory_iterator(folder)->path();
     const std::string kept = root_.Read(path.substr(root_.Path().size()));
     EXPECT_NE(std::string::npos, kept.find(row.kept)) << kept;
     EXPECT_EQ(std::string::npos, (kept + said).find("MARK")) << kept << said;
-    EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path).permissions());
-    std::filesystem::remove_all(folder);
+    EXPECT_EQ(fs::perms(0600), fs::status(path).permissions());
+    fs::remove_all(folder);
   }
 }
 

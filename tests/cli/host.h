@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -67,7 +66,6 @@ class EmptyHost : public testing::Test {
   }
   /// Runs each row on the host as it is now.
   void ExpectEach(const std::vector<Row>& rows) {
-    namespace fs = std::filesystem;
     const fs::path root = root_.Path(), kept = root_.Path() + ".kept";
     fs::copy(root, kept, fs::copy_options::recursive);
     for (const Row& row : rows) {

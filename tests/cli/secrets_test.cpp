@@ -1,19 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "cli/host.h"
 #include "platform/db_store.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 const std::string kMark = "MARK7f3a";
-const std::string kDora = kUser + "@dora";
 const std::string kStored = R"({"login":"dora","uid":1001,"password_hash":"MARK7f3a"})";
 const std::string kDocument = R"({"components":{"accessd":{"local":{"user_account":[{"cs_generated_id":"dora",)"
                               R"("login":"dora","uid":1,"password_hash":"MARK7f3a2"}]}}}})";
@@ -21,72 +13,69 @@ const std::string kDocument = R"({"components":{"accessd":{"local":{"user_accoun
 const std::string kUnfit = R"({"components":{"accessd":{"local":{"user_account":[{"cs_generated_id":"dora",)"
                            R"("login":7,"uid":-1,"password_hash":["MARK7f3a"]}]}}}})";
 
-// One run of the tool; `isLook` for those that must not change a byte.
-struct Step {
-  std::vector<std::string> arguments;
-  std::string input;
-  bool isLook;
+// Runs of the tool, and their input. The first ones look: they must not change a byte.
+using Step = std::pair<std::string, std::string>;
+
+const Step kLooks[] = {
+    {"get $user@dora", ""},
+    {"get $user@dora --origin --json", ""},
+    {"get $user@dora --default", ""},
+    {"layers $user@dora", ""},
+    {"explain $user@dora", ""},
+    {"explain $user@dora#/password_hash --json", ""},
+    {"find $user", R"({"password_hash":"MARK7f3a"})"},
+    {"ls", ""},
+    {"status", ""},
+    {"stage show", ""},
+    {"boot preview", ""},
+    {"boot preview --json", ""},
+    {"check", ""},
+    {"check --json -v", ""},
+    {"diff store user", ""},
+    {"diff staged store --json", ""},
+    {"diff store - --patch", kDocument},
+    {"diff - defaults", kDocument},
+    {"diff - store", R"({"components":{"MARK":"MARK7f3a"}})"},
+    {"export", ""},
+    {"export --secrets omit --layer auto -v", ""},
+    {"validate $user@dora --json", ""},
+    {"validate -", kDocument},
+    {"validate - --type $user", R"([{"login":1,"password_hash":"MARK7f3a","password_hash":"MARK7f3b"}])"},
+    {"validate - --gcc", R"({"components":{"accessd":{"local":{"user_account":[{"MARK":"MARK7f3a"]}}}})"},
+    {"import - --dry-run", kDocument},
+    {"apply -f - --dry-run --json", kDocument},
+    {"set $user@dora --dry-run", R"({"login":"d","uid":2,"password_hash":"MARK7f3a3"})"},
+    {"set $user@dora --dry-run --json password_hash=MARK7f3a4", ""},
+    {"delete $user@dora --dry-run --json", ""},
+    {"stage set --dry-run", kDocument},
 };
 
-const Step kSteps[] = {
-    {{"get", kDora}, "", true},
-    {{"get", kDora, "--origin", "--json"}, "", true},
-    {{"get", kDora, "--default"}, "", true},
-    {{"layers", kDora}, "", true},
-    {{"explain", kDora}, "", true},
-    {{"explain", kDora + "#/password_hash", "--json"}, "", true},
-    {{"find", kUser}, "{\"password_hash\":\"MARK7f3a\"}", true},
-    {{"ls"}, "", true},
-    {{"status"}, "", true},
-    {{"stage", "show"}, "", true},
-    {{"boot", "preview"}, "", true},
-    {{"boot", "preview", "--json"}, "", true},
-    {{"check"}, "", true},
-    {{"check", "--json", "-v"}, "", true},
-    {{"diff", "store", "user"}, "", true},
-    {{"diff", "staged", "store", "--json"}, "", true},
-    {{"diff", "store", "-", "--patch"}, kDocument, true},
-    {{"diff", "-", "defaults"}, kDocument, true},
-    {{"diff", "-", "store"}, "{\"components\":{\"MARK\":\"MARK7f3a\"}}", true},
-    {{"export"}, "", true},
-    {{"export", "--secrets", "omit", "--layer", "auto", "-v"}, "", true},
-    {{"validate", kDora, "--json"}, "", true},
-    {{"validate", "-"}, kDocument, true},
-    {{"validate", "-", "--type", kUser},
-     R"([{"login":1,"password_hash":"MARK7f3a","password_hash":"MARK7f3b"}])",
-     true},
-    {{"validate", "-", "--gcc"}, R"({"components":{"accessd":{"local":{"user_account":[{"MARK":"MARK7f3a"]}}}})", true},
-    {{"import", "-", "--dry-run"}, kDocument, true},
-    {{"apply", "-f", "-", "--dry-run", "--json"}, kDocument, true},
-    {{"set", kDora, "--dry-run"}, R"({"login":"d","uid":2,"password_hash":"MARK7f3a3"})", true},
-    {{"set", kDora, "--dry-run", "--json", "password_hash=MARK7f3a4"}, "", true},
-    {{"delete", kDora, "--dry-run", "--json"}, "", true},
-    {{"stage", "set", "--dry-run"}, kDocument, true},
-    {{"set", kDora, "-v"}, R"({"login":"D","uid":-2,"password_hash":"MARK7f3a5"})", false},
-    {{"set", kDora, "-v", "--json", "uid=x", "password_hash=MARK7f3a6"}, "", false},
-    {{"set", kDora, "--value-json", "password_hash={MARK7f3a"}, "", false},
-    {{"set", kDora, "--value-json", "password_hash={\"a\":\"MARK7f3a\"}"}, "", false},
-    {{"set", kDora, "MARK7f3a"}, "", false},
-    {{"unset", kDora, "password_hash=MARK7f3a"}, "", false},
-    {{"set", kDora, "-v", "password_hash=" + kMark + std::string(600, 'x')}, "", false},
-    {{"update", kDora, "-v"}, R"({"password_hash":["MARK7f3a"]})", false},
-    {{"update", kDora, "-v"}, R"({"password_hash":"MARK7f3a")", false},
-    {{"replace", kUser, "-v"}, R"([{"login":"x","uid":1,"colour":1,"password_hash":"MARK7f3a"}])", false},
-    {{"stage", "set", "-v"}, kDocument, false},
-    {{"import", "-", "-v"}, kUnfit, false},
-    {{"import", "-", "-v", "--json"}, kDocument.substr(0, kDocument.size() - 9), false},
-    {{"apply", "-f", "-", "-v"}, kUnfit, false},
-    {{"apply", "-f", "-", "-v"}, kDocument, false},
-    {{"import", "-", "-v"}, kDocument, false},
-    {{"confirm", kDora, "--part", "-"}, R"({"login":"dora","uid":1,"password_hash":"MARK7f3a8"})", false},
-    {{"set", kDora, "password_hash=MARK7f3a9"}, "", false},
-    {{"backup", "/etc/halden/configstore/copy"}, "", false},
-    {{"diff", "store", "/etc/halden/configstore/copy"}, "", false},
-    {{"restore", "/etc/halden/configstore/copy"}, "", false},
-    {{"edit", kDora}, "", false},
-    {{"load"}, "", false},
-    {{"confirm", "--all"}, "", false},
-    {{"unset", kDora, "password_hash"}, "", false},
+const Step kChanges[] = {
+    {"set $user@dora -v", R"({"login":"D","uid":-2,"password_hash":"MARK7f3a5"})"},
+    {"set $user@dora -v --json uid=x password_hash=MARK7f3a6", ""},
+    {"set $user@dora MARK7f3a", ""},
+    {"set $user@dora --value-json password_hash={MARK7f3a", ""},
+    {"unset $user@dora password_hash=MARK7f3a", ""},
+    {"set $user@dora --value-json password_hash={\"a\":\"MARK7f3a\"}", ""},
+    {"set $user@dora -v password_hash=" + kMark + std::string(600, 'x'), ""},
+    {"update $user@dora -v", R"({"password_hash":["MARK7f3a"]})"},
+    {"update $user@dora -v", R"({"password_hash":"MARK7f3a")"},
+    {"replace $user -v", R"([{"login":"x","uid":1,"colour":1,"password_hash":"MARK7f3a"}])"},
+    {"stage set -v", kDocument},
+    {"import - -v", kUnfit},
+    {"import - -v --json", kDocument.substr(0, kDocument.size() - 9)},
+    {"apply -f - -v", kUnfit},
+    {"apply -f - -v", kDocument},
+    {"import - -v", kDocument},
+    {"confirm $user@dora --part -", R"({"login":"dora","uid":1,"password_hash":"MARK7f3a8"})"},
+    {"set $user@dora password_hash=MARK7f3a9", ""},
+    {"backup /etc/halden/configstore/copy", ""},
+    {"diff store /etc/halden/configstore/copy", ""},
+    {"restore /etc/halden/configstore/copy", ""},
+    {"edit $user@dora", ""},
+    {"load", ""},
+    {"confirm --all", ""},
+    {"unset $user@dora password_hash", ""},
 };
 
 class BusySession : public StockedHost {
@@ -97,13 +86,12 @@ class BusySession : public StockedHost {
     setenv("EDITOR", ("cp -t " + root_.Path() + "/seen").c_str(), 1);
     fs::create_directories(root_.Path() + "/private");
     fs::create_directories(root_.Path() + "/seen");
-    ASSERT_EQ(0, Run({"set", kDora}, kStored).exit);
-    ASSERT_EQ(0, Run({"set", kDora, "--as", "auto"}, kStored).exit);
-    ASSERT_EQ(0, Run({"stage", "set"}, kDocument).exit);
+    const Step steps[] = {{"set $user@dora", kStored}, {"set $user@dora --as auto", kStored}, {"stage set", kDocument}};
+    for (const auto& [line, input] : steps) ASSERT_EQ(0, Csctl(line, input).exit) << line;
     root_.Write(
         "/usr/lib/halden/configmanager/components/p/defaults/d.json",
         R"({"defaults":[{"component":"accessd","group":"local","key":"user_account","value":[)" + kStored + "]}]}");
-    ASSERT_EQ(0, Run({"defaults", "load"}).exit);
+    ASSERT_EQ(0, Csctl("defaults load").exit);
     fs::remove_all(root_.Path() + "/usr/lib/halden/configmanager/components/p");
     const std::string sql = "UPDATE Config SET DesiredValue='" + kStored + "', Success=0 WHERE Identifier='dora';";
     ASSERT_EQ(0, DBStore::ExecuteV2(DBStore::GetConnection(DBStore::TYPE_STORE), sql, nullptr, nullptr, 3000));
@@ -123,25 +111,23 @@ bool IsDatabase(const fs::path& path) {
 }  // namespace
 
 TEST_F(BusySession, ShowsNoSecretAndLookingChangesNothing) {
-  const std::string store = "/etc/halden/configstore/current-store-1";
-  for (const Step& step : kSteps) {
-    const std::string before = root_.Read(store);
-    const Outcome outcome = Run(step.arguments, step.input);
-    std::string name;
-    for (const std::string& argument : step.arguments) name += argument.substr(0, 60) + " ";
-    EXPECT_EQ(std::string::npos, (outcome.out + outcome.err).find(kMark)) << name << outcome.out << outcome.err;
-    EXPECT_NE(70, outcome.exit) << name << outcome.err;
-    if (step.isLook) {
-      EXPECT_EQ(before, root_.Read(store)) << name;
-      EXPECT_FALSE(fs::exists(root_.Resolve(store + "-wal"))) << name;
-    }
+  const auto said = [this](const Step& step) {
+    const Outcome outcome = Csctl(step.first, step.second);
+    EXPECT_EQ(std::string::npos, (outcome.out + outcome.err).find(kMark)) << step.first << outcome.out << outcome.err;
+    EXPECT_NE(70, outcome.exit) << step.first << outcome.err;
+  };
+  const std::string before = root_.Read(kStoreFile);
+  for (const Step& step : kLooks) {
+    said(step);
+    EXPECT_TRUE(before == root_.Read(kStoreFile)) << step.first;
+    EXPECT_FALSE(fs::exists(root_.Resolve(kStoreFile + "-wal"))) << step.first;
   }
+  for (const Step& step : kChanges) said(step);
   size_t files = 0;
   for (const auto& entry : fs::recursive_directory_iterator(root_.Path())) {
     if (!entry.is_regular_file() || IsDatabase(entry.path())) continue;
     ++files;
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const std::string text = root_.Read(entry.path().string().substr(root_.Path().size()));
     EXPECT_EQ(std::string::npos, text.find(kMark)) << entry.path();
   }
   EXPECT_GT(files, 2u);  // the system log and what the editor saw

@@ -1,21 +1,15 @@
 // Loading at boot: whatever lies about, and whenever it is cut off.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "faults/host.h"
-#include "support/test_store.h"
 
 using namespace OrvoConfigStore;
 
 namespace {
-
-namespace fs = std::filesystem;
 
 const std::string kStore = HaldenLib::kStoreFile, kBackup = HaldenLib::kBackupFile;
 

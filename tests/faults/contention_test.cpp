@@ -1,15 +1,12 @@
 // Many processes at one store, some of them stopped or killed in the middle.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
 
 #include "faults/host.h"
-#include "support/test_store.h"
 
 using namespace OrvoConfigStore;
 
@@ -129,7 +126,7 @@ TEST(ReadersAndWriters, AreNeverRefusedAndSeeNothingByHalves) {
     EXPECT_FALSE(line.isTorn) << line.who;
     slowest = std::max(slowest, line.milliseconds);
     std::error_code isGone;
-    const auto size = std::filesystem::file_size(logFile, isGone);
+    const auto size = fs::file_size(logFile, isGone);
     if (!isGone) log = std::max(log, static_cast<long>(size));
   }
   for (const pid_t worker : workers) waitpid(worker, nullptr, 0);

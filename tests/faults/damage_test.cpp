@@ -2,13 +2,9 @@
 // it wait; what the database or the reader of JSON can see is an error that names
 // the object or the file.
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "faults/host.h"
-#include "support/test_store.h"
 
 using namespace OrvoConfigStore;
 
@@ -80,7 +76,7 @@ TEST(Damage, IsAnErrorThatSaysWhereOrDoesNotMatter) {
     SCOPED_TRACE("round " + std::to_string(round) + ", damage of " + damage.name);
     std::string bytes = good;
     damage.spoil(bytes, random);
-    for (const char* suffix : {"-wal", "-shm", "-journal"}) std::filesystem::remove(path + suffix);
+    for (const char* suffix : {"-wal", "-shm", "-journal"}) fs::remove(path + suffix);
     host.root.Write(HaldenLib::kStoreFile, bytes);
     alarm(60);
     host.Open();

@@ -2,8 +2,6 @@
 // the disk, and requests for memory. Whoever calls gets an answer each time, what is
 // stored agrees with it, and the same handle goes on working.
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 
 #include "faults/fault_disk.h"

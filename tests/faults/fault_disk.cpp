@@ -24,11 +24,13 @@ struct FaultDisk::Calls {
     if (Of(file)->record != nullptr) Of(file)->record->pending.push_back(std::move(change));
   }
 
-  static int Close(sqlite3_file* file) { return Methods(file)->xClose(Real(file)); }
-  static int Read(sqlite3_file* file, void* data, int size, sqlite3_int64 at) {
-    const int code = Strike(SQLITE_IOERR_READ, false);
-    return code != SQLITE_OK ? code : Methods(file)->xRead(Real(file), data, size, at);
+  /// Calls the method of the real file, unless the error strikes first.
+  template <auto kMethod, int kIoError = SQLITE_OK, class... Given>
+  static int Pass(sqlite3_file* file, Given... given) {
+    const int code = kIoError == SQLITE_OK ? SQLITE_OK : Strike(kIoError, false);
+    return code != SQLITE_OK ? code : (Methods(file)->*kMethod)(Real(file), given...);
   }
+
   static int Write(sqlite3_file* file, const void* data, int size, sqlite3_int64 at) {
     const int code = Strike(SQLITE_IOERR_WRITE, true);
     if (code != SQLITE_OK) return code;
@@ -52,34 +54,33 @@ struct FaultDisk::Calls {
     record->pending.clear();
     return SQLITE_OK;  // what survives is decided here, and the real disk not waited for
   }
-  static int FileSize(sqlite3_file* file, sqlite3_int64* size) {
-    const int code = Strike(SQLITE_IOERR_FSTAT, false);
-    return code != SQLITE_OK ? code : Methods(file)->xFileSize(Real(file), size);
-  }
-  static int Lock(sqlite3_file* file, int level) { return Methods(file)->xLock(Real(file), level); }
-  static int Unlock(sqlite3_file* file, int level) { return Methods(file)->xUnlock(Real(file), level); }
-  static int CheckLock(sqlite3_file* file, int* result) {
-    return Methods(file)->xCheckReservedLock(Real(file), result);
-  }
-  static int Control(sqlite3_file* file, int what, void* argument) {
-    return Methods(file)->xFileControl(Real(file), what, argument);
-  }
-  static int SectorSize(sqlite3_file* file) { return Methods(file)->xSectorSize(Real(file)); }
-  static int Traits(sqlite3_file* file) { return Methods(file)->xDeviceCharacteristics(Real(file)); }
   static int ShmMap(sqlite3_file* file, int region, int size, int extend, void volatile** memory) {
     const int code = Strike(SQLITE_IOERR_SHMMAP, extend != 0);
     return code != SQLITE_OK ? code : Methods(file)->xShmMap(Real(file), region, size, extend, memory);
   }
-  static int ShmLock(sqlite3_file* file, int from, int count, int flags) {
-    return Methods(file)->xShmLock(Real(file), from, count, flags);
-  }
   static void ShmBarrier(sqlite3_file* file) { Methods(file)->xShmBarrier(Real(file)); }
-  static int ShmUnmap(sqlite3_file* file, int remove) { return Methods(file)->xShmUnmap(Real(file), remove); }
 
   static int Open(sqlite3_vfs*, const char* path, sqlite3_file* file, int flags, int* outFlags) {
-    static const sqlite3_io_methods methods = {2,       Close,      Read,      Write,   Truncate,   Sync,   FileSize,
-                                               Lock,    Unlock,     CheckLock, Control, SectorSize, Traits, ShmMap,
-                                               ShmLock, ShmBarrier, ShmUnmap,  nullptr, nullptr};
+    using M = sqlite3_io_methods;
+    static const M methods = {2,
+                              Pass<&M::xClose>,
+                              Pass<&M::xRead, SQLITE_IOERR_READ>,
+                              Write,
+                              Truncate,
+                              Sync,
+                              Pass<&M::xFileSize, SQLITE_IOERR_FSTAT>,
+                              Pass<&M::xLock>,
+                              Pass<&M::xUnlock>,
+                              Pass<&M::xCheckReservedLock>,
+                              Pass<&M::xFileControl>,
+                              Pass<&M::xSectorSize>,
+                              Pass<&M::xDeviceCharacteristics>,
+                              ShmMap,
+                              Pass<&M::xShmLock>,
+                              ShmBarrier,
+                              Pass<&M::xShmUnmap>,
+                              nullptr,
+                              nullptr};
     FaultDisk& disk = Instance();
     const bool isNew = path != nullptr && (flags & SQLITE_OPEN_CREATE) != 0 && access(path, F_OK) != 0;
     Of(file)->base.pMethods = nullptr;
@@ -104,12 +105,6 @@ struct FaultDisk::Calls {
     const int code = Strike(SQLITE_IOERR_ACCESS, false);
     return code != SQLITE_OK ? code : Instance().real_->xAccess(Instance().real_, path, flags, result);
   }
-  static int SetSystemCall(sqlite3_vfs*, const char* name, sqlite3_syscall_ptr call) {
-    return Instance().real_->xSetSystemCall(Instance().real_, name, call);
-  }
-  static sqlite3_syscall_ptr GetSystemCall(sqlite3_vfs*, const char* name) {
-    return Instance().real_->xGetSystemCall(Instance().real_, name);
-  }
 };
 
 FaultDisk& FaultDisk::Instance() {
@@ -123,8 +118,6 @@ FaultDisk::FaultDisk() : real_(sqlite3_vfs_find(nullptr)), vfs_(*real_) {
   vfs_.xOpen = Calls::Open;
   vfs_.xDelete = Calls::Delete;
   vfs_.xAccess = Calls::Access;
-  vfs_.xSetSystemCall = Calls::SetSystemCall;
-  vfs_.xGetSystemCall = Calls::GetSystemCall;
   sqlite3_vfs_register(&vfs_, 1);
 }
 

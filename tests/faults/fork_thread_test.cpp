@@ -1,13 +1,10 @@
 // A handle across a fork, and handles in threads.
 
-#include <gtest/gtest.h>
-
 #include <mutex>
 #include <set>
 #include <thread>
 
 #include "faults/host.h"
-#include "support/test_store.h"
 
 using namespace OrvoConfigStore;
 

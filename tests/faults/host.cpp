@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 #include "platform/host_paths.h"
 
@@ -200,7 +199,7 @@ FaultHost::FaultHost() {
   for (const char* key : kSingletons) files.push_back(root.Write(std::string("/") + key, SchemaFile(key, false, "1")));
   for (const char* key : kSets) files.push_back(root.Write(std::string("/") + key, SchemaFile(key, true, "1")));
   RegisterSchemaFiles(files);
-  std::filesystem::create_directories(root.Resolve(HaldenLib::kBackupDirectory));
+  fs::create_directories(root.Resolve(HaldenLib::kBackupDirectory));
   Open();
 }
 

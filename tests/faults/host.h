@@ -1,12 +1,8 @@
 #pragma once
 
-#include <memory>
 #include <random>
-#include <string>
-#include <vector>
 
-#include "configstore/configstore.h"
-#include "support/temp_root.h"
+#include "support/test_store.h"
 
 /// What every fault test shares: a host with a store, the parts of it that are
 /// written in ever higher generations, and the verdict on what is found of them.

@@ -3,10 +3,7 @@
 
 #include <pthread.h>
 
-#include <functional>
-
 #include "faults/host.h"
-#include "support/test_store.h"
 
 using namespace OrvoConfigStore;
 

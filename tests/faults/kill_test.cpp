@@ -1,7 +1,6 @@
 // The process is killed at any moment while it writes. The pipe holds what it had
 // begun and what it had been told was done.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>

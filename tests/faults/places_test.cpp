@@ -3,23 +3,18 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
 
 #include "faults/host.h"
-#include "support/test_store.h"
 
 using namespace OrvoConfigStore;
 
 namespace {
-
-namespace fs = std::filesystem;
 
 /// The host of the child that a case runs in, which may spoil itself as it likes.
 struct Place {
@@ -27,11 +22,6 @@ struct Place {
   std::string Real(const std::string& path) const { return host.root.Resolve(path); }
   std::string store = Real(HaldenLib::kStoreFile), directory = Real(HaldenLib::kStoreDirectory);
   std::string schemas = Real(HaldenLib::kSchemaStoreFile);
-  void SetAside(const std::string& path) const { fs::rename(path, path + ".aside"); }
-  void PutBack(const std::string& path) const {
-    fs::remove_all(path);
-    fs::rename(path + ".aside", path);
-  }
   static void Limit(__rlimit_resource what, rlim_t most) {
     rlimit limit{};
     getrlimit(what, &limit);
@@ -42,52 +32,44 @@ struct Place {
 
 enum Answer { WORKS, REFUSED, NO_STORE };
 
+using Act = void (*)(const Place& at);
+
+// What spoils the place and what repairs it; where the second is missing, the path in the third is set aside before
+// and put back afterwards.
 // clang-format off
-const struct {
-  const char* name;
-  Answer answer;
-  const char* words;  // in what is said of it
-  void (*spoil)(const Place& at);
-  void (*repair)(const Place& at);
-} kPlaces[] = {
+const struct { const char* name; Answer answer; const char* words; Act spoil, repair; std::string Place::*aside; }
+kPlaces[] = {
     {"full disk", REFUSED, "", [](const Place&) { signal(SIGXFSZ, SIG_IGN); Place::Limit(RLIMIT_FSIZE, 4096); },
-     [](const Place&) { Place::Limit(RLIMIT_FSIZE, RLIM_INFINITY); }},
+     [](const Place&) { Place::Limit(RLIMIT_FSIZE, RLIM_INFINITY); }, nullptr},
     {"read-only file", REFUSED, "readonly", [](const Place& at) { chmod(at.store.c_str(), 0400); },
-     [](const Place& at) { chmod(at.store.c_str(), 0600); }},
+     [](const Place& at) { chmod(at.store.c_str(), 0600); }, nullptr},
     {"read-only directory", REFUSED, "", [](const Place& at) { chmod(at.directory.c_str(), 0500); },
-     [](const Place& at) { chmod(at.directory.c_str(), 0700); }},
+     [](const Place& at) { chmod(at.directory.c_str(), 0700); }, nullptr},
     {"directory out of reach", REFUSED, "permission", [](const Place& at) { chmod(at.directory.c_str(), 0); },
-     [](const Place& at) { chmod(at.directory.c_str(), 0700); }},
-    {"no directory", NO_STORE, "", [](const Place& at) { at.SetAside(at.directory); },
-     [](const Place& at) { at.PutBack(at.directory); }},
-    {"no file", NO_STORE, "", [](const Place& at) { at.SetAside(at.store); },
-     [](const Place& at) { at.PutBack(at.store); }},
-    {"directory in its place", REFUSED, "regular file",
-     [](const Place& at) { at.SetAside(at.store); fs::create_directory(at.store); },
-     [](const Place& at) { at.PutBack(at.store); }},
-    {"pipe in its place", REFUSED, "regular file",
-     [](const Place& at) { at.SetAside(at.store); mkfifo(at.store.c_str(), 0600); },
-     [](const Place& at) { at.PutBack(at.store); }},
+     [](const Place& at) { chmod(at.directory.c_str(), 0700); }, nullptr},
+    {"no directory", NO_STORE, "", nullptr, nullptr, &Place::directory},
+    {"no file", NO_STORE, "", nullptr, nullptr, &Place::store},
+    {"directory in its place", REFUSED, "regular file", [](const Place& at) { fs::create_directory(at.store); },
+     nullptr, &Place::store},
+    {"pipe in its place", REFUSED, "regular file", [](const Place& at) { mkfifo(at.store.c_str(), 0600); }, nullptr,
+     &Place::store},
     {"link in its place", REFUSED, "regular file",
-     [](const Place& at) { at.SetAside(at.store); fs::create_symlink(at.store + ".aside", at.store); },
-     [](const Place& at) { at.PutBack(at.store); }},
-    {"empty file", REFUSED, "no such table", [](const Place& at) { at.SetAside(at.store); close(creat(at.store.c_str(), 0600)); },
-     [](const Place& at) { at.PutBack(at.store); }},
+     [](const Place& at) { fs::create_symlink(at.store + ".aside", at.store); }, nullptr, &Place::store},
+    {"empty file", REFUSED, "no such table", [](const Place& at) { close(creat(at.store.c_str(), 0600)); }, nullptr,
+     &Place::store},
     {"text in its place", REFUSED, "not a database",
-     [](const Place& at) { at.SetAside(at.store); at.host.root.Write(HaldenLib::kStoreFile, Repeated("text ", 999)); },
-     [](const Place& at) { at.PutBack(at.store); }},
+     [](const Place& at) { at.host.root.Write(HaldenLib::kStoreFile, Repeated("text ", 999)); }, nullptr, &Place::store},
     {"directory for its log", REFUSED, "", [](const Place& at) { fs::create_directory(at.store + "-wal"); },
-     [](const Place& at) { fs::remove(at.store + "-wal"); }},
-    {"no schema store", REFUSED, "Schema not found", [](const Place& at) { at.SetAside(at.schemas); },
-     [](const Place& at) { at.PutBack(at.schemas); }},
+     [](const Place& at) { fs::remove(at.store + "-wal"); }, nullptr},
+    {"no schema store", REFUSED, "Schema not found", nullptr, nullptr, &Place::schemas},
     {"no descriptors left", REFUSED, "", [](const Place&) { Place::Limit(RLIMIT_NOFILE, 3); },
-     [](const Place&) { Place::Limit(RLIMIT_NOFILE, RLIM_INFINITY); }},
-    {"standard streams closed", WORKS, "", [](const Place&) { for (int i = 0; i < 3; ++i) close(i); }, [](const Place&) {}},
+     [](const Place&) { Place::Limit(RLIMIT_NOFILE, RLIM_INFINITY); }, nullptr},
+    {"standard streams closed", WORKS, "", [](const Place&) { for (int i = 0; i < 3; ++i) close(i); }, nullptr, nullptr},
     {"clock set back", WORKS, "", [](const Place& at) {
        for (const std::string& path : {at.store, at.schemas}) {
          fs::last_write_time(path, fs::file_time_type::clock::now() + std::chrono::hours(9999));
        }
-     }, [](const Place&) {}},
+     }, nullptr, nullptr},
 };
 // clang-format on
 
@@ -107,7 +89,8 @@ void BecomeNobody(const std::string& root) {
 template <class Row>
 std::string Try(FaultHost& host, const Row& row) {
   const Place at{host};
-  row.spoil(at);
+  if (row.aside != nullptr) fs::rename(at.*row.aside, at.*row.aside + ".aside");
+  if (row.spoil != nullptr) row.spoil(at);
   const auto start = std::chrono::steady_clock::now();
   host.Open();
   Answer answer = host.store == nullptr ? NO_STORE : WORKS;
@@ -117,7 +100,11 @@ std::string Try(FaultHost& host, const Row& row) {
   words += " " + LastStorageError().message;
   const bool isQuick = std::chrono::steady_clock::now() - start < std::chrono::seconds(4);
   const auto before = host.store;
-  row.repair(at);
+  if (row.repair != nullptr) row.repair(at);
+  if (row.aside != nullptr) {
+    fs::remove_all(at.*row.aside);
+    fs::rename(at.*row.aside + ".aside", at.*row.aside);
+  }
   if (answer != row.answer || words.find(row.words) == std::string::npos) {
     return "answer " + std::to_string(answer) + ": " + words;
   }

@@ -1,8 +1,6 @@
 // The power is cut at any operation on the disk; what was not synced is there in
 // part, in torn sectors.
 
-#include <gtest/gtest.h>
-
 #include "faults/fault_disk.h"
 #include "faults/host.h"
 

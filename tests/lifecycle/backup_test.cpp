@@ -6,8 +6,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kStore = HaldenLib::kStoreFile;
 const std::string kCopy = "/backups/copy";
 

@@ -8,8 +8,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kCopies = std::string(HaldenLib::kBackupDirectory) + "/etc/halden/";
 
 TEST(HostFiles, ComeBackWithTheirModes) {

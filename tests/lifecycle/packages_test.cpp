@@ -6,8 +6,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kComponents = HaldenLib::kComponentsDirectory;
 
 std::string SchemaFile(const std::string& component, const std::string& key, const std::string& version = "1") {

@@ -50,7 +50,7 @@ TEST_F(Preview, SaysWhatAStagedLoadDoesAndLeavesTheStoreAlone) {
   SetBootMode(BOOTMODE_APPLY);
   const auto files = [&] {
     const std::string path = HaldenLib::kStoreFile;
-    const std::filesystem::directory_iterator there(host_.root.Resolve(HaldenLib::kStoreDirectory));
+    const fs::directory_iterator there(host_.root.Resolve(HaldenLib::kStoreDirectory));
     return host_.root.Read(path) + host_.root.Read(path + "-wal") + std::to_string(std::distance(there, {}));
   };
   const std::string before = files();

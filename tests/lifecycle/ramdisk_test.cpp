@@ -31,8 +31,7 @@ bool EnterNamespace() {
 bool IsRamDisk(const char* path) {
   struct statfs system;
   return statfs(path, &system) == 0 && system.f_type == kTmpfs &&
-         static_cast<long>(system.f_blocks) * system.f_bsize == 32 << 20 &&
-         ModeOf(path) == std::filesystem::perms(0755);
+         static_cast<long>(system.f_blocks) * system.f_bsize == 32 << 20 && ModeOf(path) == fs::perms(0755);
 }
 
 // Everything that is mounted goes with the child, which reports by number what is wrong.

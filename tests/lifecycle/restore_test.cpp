@@ -12,8 +12,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kStore = HaldenLib::kStoreFile, kBackup = HaldenLib::kBackupFile;
 const char kValid[] = "ConfigStore backup [/var/lib/halden/configstore/backup/current-store-1] is valid.";
 const char kInconsistent[] =

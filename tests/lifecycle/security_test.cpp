@@ -15,8 +15,6 @@ using namespace OrvoConfigStore;
 
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kStore = HaldenLib::kStoreFile, kBackup = HaldenLib::kBackupFile;
 
 TEST(Files, ThatAreMadeAreTheirOwnersAloneWhateverTheMask) {

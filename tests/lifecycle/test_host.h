@@ -13,7 +13,6 @@ struct TestHost {
 
   /// Puts the files of an example package in place.
   void Install(const std::string& package) const {
-    namespace fs = std::filesystem;
     const fs::path to = PackagePath(package);
     fs::create_directories(to);
     fs::copy(ExampleFile("components/" + package), to, fs::copy_options::recursive);
@@ -23,7 +22,7 @@ struct TestHost {
   }
   /// Writes a shell script of the host. The root's /bin comes before the machine's.
   void Program(const std::string& path, const std::string& script) const {
-    std::filesystem::permissions(root.Write(path, "#!/bin/sh\n" + script), std::filesystem::perms::owner_all);
+    fs::permissions(root.Write(path, "#!/bin/sh\n" + script), fs::perms::owner_all);
   }
 
   static void Run(const std::string& sql) { EXPECT_EQ("", Query(sql)) << sql; }

@@ -47,7 +47,7 @@ TEST(UpgradeStatus, IsTheOneRecordedLastOrUnknown) {
   SetUpgradeLibStatus(true, "lib");
   EXPECT_TRUE(host.Logged("Cannot query upgrade status for: lib"));
   EXPECT_TRUE(host.Logged("Failed to set the upgrade status."));
-  std::filesystem::remove_all(host.root.Resolve(HaldenLib::kStoreDirectory));
+  fs::remove_all(host.root.Resolve(HaldenLib::kStoreDirectory));
   EXPECT_EQ(2, GetUpgradeLibStatus("lib"));
   SetUpgradeLibStatus(true, "lib");
   EXPECT_TRUE(host.Logged("Failed to connect to database."));

@@ -13,8 +13,6 @@
 #include "platform/host_settings.h"
 #include "support/test_store.h"
 
-namespace fs = std::filesystem;
-
 namespace CSLogger {
 namespace {
 

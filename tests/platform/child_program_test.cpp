@@ -13,7 +13,7 @@ class ChildProgram : public testing::Test {
  protected:
   // Runs a shell script as /bin/tool; `words` are its command.
   ChildResult Run(const std::string& script, const std::vector<std::string>& words = {"/bin/tool"}) {
-    std::filesystem::permissions(root_.Write("/bin/tool", "#!/bin/sh\n" + script), std::filesystem::perms::owner_all);
+    fs::permissions(root_.Write("/bin/tool", "#!/bin/sh\n" + script), fs::perms::owner_all);
     return HaldenKernel_ForkExec(words);
   }
   const TempRoot root_;

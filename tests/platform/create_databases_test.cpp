@@ -10,7 +10,6 @@ using namespace DBStore;
 
 namespace {
 
-namespace fs = std::filesystem;
 using Connection = TestDatabase::Connection;
 
 const std::string kStore = HaldenLib::kStoreFile;

@@ -13,7 +13,6 @@ using namespace DBStore;
 
 namespace {
 
-namespace fs = std::filesystem;
 using Connection = TestDatabase::Connection;
 
 constexpr long kMiB = 1 << 20;

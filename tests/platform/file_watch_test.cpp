@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -14,8 +13,6 @@
 
 using HaldenLib::FileState;
 using HaldenLib::FileWatch;
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr char kFile[] = "/a/b/file";

@@ -36,7 +36,7 @@ TEST(HostPaths, DISABLED_RootOfTheEnvironmentIsSlashR) {
 }
 
 TEST(HostPaths, TakesTheRootFromTheEnvironmentUnlessItIsRelative) {
-  const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+  const std::string self = fs::read_symlink("/proc/self/exe").string();
   const std::string rest =
       " '" + self + "' --gtest_also_run_disabled_tests --gtest_filter=HostPaths.DISABLED_RootOf* >/dev/null";
   EXPECT_EQ(0, std::system(("HALDEN_ROOT=/r/" + rest).c_str()));
@@ -57,8 +57,8 @@ TEST(HostPaths, EnvironmentOfASetIdProgramIsIgnored) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can make a program of somebody else's";
   const TempRoot root;
   const std::string program = root.Resolve("/program");
-  std::filesystem::copy_file(std::filesystem::read_symlink("/proc/self/exe"), program);
-  std::filesystem::permissions(root.Path(), std::filesystem::perms(0755));
+  fs::copy_file(fs::read_symlink("/proc/self/exe"), program);
+  fs::permissions(root.Path(), fs::perms(0755));
   ASSERT_EQ(0, chown(program.c_str(), 65534, 65534));
   ASSERT_EQ(0, chmod(program.c_str(), 04755));
   const std::string run = "HALDEN_ROOT=/r HALDEN_READ_CACHE=7 '" + program +

@@ -107,11 +107,11 @@ TEST(SchemaStore, AChangeByAnotherProcessIsSeenByTheNextLookUp) {
   TestStore store;
   const ConfigStoreObjectId id("k", "g", "c");
   EXPECT_EQ(nullptr, store.Schema(id));
-  const auto stamp = std::filesystem::file_time_type::clock::now() + std::chrono::hours(1);
+  const auto stamp = fs::file_time_type::clock::now() + std::chrono::hours(1);
   for (const char* version : {"1.0", "2.0", "3.0"}) {
     ASSERT_EQ(0, InChild([&] { return store.Register(File(Properties(R"("a":{"type":"string"})"), version)), 0; }));
     // As if all had been written within the grain of the file's time.
-    std::filesystem::last_write_time(store.Root().Resolve(HaldenLib::kSchemaStoreFile), stamp);
+    fs::last_write_time(store.Root().Resolve(HaldenLib::kSchemaStoreFile), stamp);
     EXPECT_EQ(version, store.Schema(id)->GetVersion());
   }
   usleep(30000);  // until the file's time tells its states apart

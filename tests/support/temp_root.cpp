@@ -3,14 +3,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
 #include "platform/host_paths.h"
-
-namespace fs = std::filesystem;
 
 TempRoot::TempRoot() : before_(HaldenLib::GetHostRoot()) {
   std::string name = (fs::temp_directory_path() / "configstore-test-XXXXXX").string();

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
+
+namespace fs = std::filesystem;
 
 /// A host of its own for one test: an empty directory as the host root, removed
 /// afterwards, the root before put back in force.

@@ -25,8 +25,8 @@ std::string Repeated(const std::string& text, size_t times) {
   return all;
 }
 
-std::filesystem::perms ModeOf(const std::string& path) {
-  return std::filesystem::status(path).permissions();
+fs::perms ModeOf(const std::string& path) {
+  return fs::status(path).permissions();
 }
 
 pid_t StartChild(const std::function<int()>& action) {

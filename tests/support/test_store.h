@@ -20,7 +20,7 @@
 /// Returns `text` `times` over.
 std::string Repeated(const std::string& text, size_t times);
 /// Returns the permission bits of a file.
-std::filesystem::perms ModeOf(const std::string& path);
+fs::perms ModeOf(const std::string& path);
 /// Runs `action` in a forked child, which ends with its result.
 pid_t StartChild(const std::function<int()>& action);
 /// Waits for a child's end and returns its result; -1 when it died or threw.
