@@ -9,9 +9,17 @@
 #include "platform/sql_format.h"
 #include "store/connection.h"
 #include "store/statements.h"
-#include "store/store_contents.h"
 
 namespace OrvoConfigStore {
+namespace {
+
+void ForEachOrThrow(const std::string& sql, const std::function<void(RowMap&&)>& visit) {
+  if (ForEachRow(GetConn(), sql, visit)) return;
+  throw ConfigStoreException(CS_GENERAL, ("Get failed: " + DBStore::LastFailure().message).c_str());
+}
+
+}  // namespace
+
 std::optional<StoredRow> ReadStoredRow(const ConfigStoreObjectId& id) {
   ValidateCsoId(id, LookUpSchema(id));
   std::optional<StoredRow> stored;
@@ -26,17 +34,16 @@ std::optional<StoredRow> ReadStoredRow(const ConfigStoreObjectId& id) {
 std::vector<StoredName> ListStoredObjects(const std::string& component, const std::string& group,
                                           const std::string& key) {
   std::vector<StoredName> names;
-  for (const RowMap& row : GetStoreRows(FormatSql(Sql::kListObjects, {component, group, key}), GetConn())) {
+  ForEachOrThrow(FormatSql(Sql::kListObjects, {component, group, key}), [&names](RowMap&& row) {
     names.push_back({IdOf(row), row.Text(kVersion), row.Text(kSuccess) == "1", row.Text(kPending) == "1"});
-  }
+  });
   return names;
 }
 
 void ForEachStoredRow(const std::string& component, const std::string& group, const std::string& key,
                       const std::function<void(const ConfigStoreObjectId& id, const StoredRow& row)>& visit) {
-  const std::string sql = FormatSql(Sql::kListRows, {component, group, key});
-  if (ForEachRow(GetConn(), sql, [&](RowMap&& row) { visit(IdOf(row), ToStoredRow(row)); })) return;
-  throw ConfigStoreException(CS_GENERAL, ("Get failed: " + DBStore::LastFailure().message).c_str());
+  ForEachOrThrow(FormatSql(Sql::kListRows, {component, group, key}),
+                 [&visit](RowMap&& row) { visit(IdOf(row), ToStoredRow(row)); });
 }
 
 namespace {
