@@ -79,14 +79,20 @@ class Linter {
     }
     const JsonValue* schema = FindObject(file, "schema");
     if (schema == nullptr) return;
+    if (Word(schema, "type") == "array") arrayNames_.insert(Word(&file, "key"));
     LintNode(*schema, nullptr, "/schema", "", true);
     for (const Reference& reference : references_) CheckReference(reference);
+    for (const NamedObject& object : objects_) CheckName(object);
   }
 
  private:
   struct Reference {
     std::string pointer;
     std::string path;
+  };
+  struct NamedObject {
+    std::string pointer;
+    std::string_view name;
   };
 
   void Warn(std::string pointer, std::string text) {
@@ -129,9 +135,17 @@ class Linter {
     if (properties == nullptr) return;
     for (const auto& property : properties->GetObject()) {
       const std::string_view name = TextOf(property.name);
-      LintNode(property.value, properties, PointerBelow(pointer + "/properties", name), path + "/" + std::string(name),
-               isSplit);
+      const std::string where = PointerBelow(pointer + "/properties", name);
+      if (IsObjects(property.value)) objects_.push_back({where, name});
+      if (!Word(&property.value, "instanceId").empty()) arrayNames_.insert(name);
+      LintNode(property.value, properties, where, path + "/" + std::string(name), isSplit);
     }
+  }
+
+  // A name alone tells the handles which arrays hold instances.
+  void CheckName(const NamedObject& object) {
+    if (arrayNames_.count(object.name) == 0) return;
+    Warn(object.pointer, "Named as an array of instances is: programs get no handle of the nested object.");
   }
 
   void CheckWords(const JsonValue& node, std::string_view type, const std::string& pointer) {
@@ -255,6 +269,8 @@ class Linter {
   const bool isSound_;
   std::map<std::string, unsigned> paths_;  // of a field to its kind; elements have the path of their array
   std::vector<Reference> references_;
+  std::set<std::string_view> arrayNames_;  // of arrays of instances, the type's own among them
+  std::vector<NamedObject> objects_;
 };
 
 }  // namespace
