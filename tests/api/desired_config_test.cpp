@@ -46,31 +46,11 @@ TEST(DesiredConfig, KeepsWhatWasStagedWhenItIsRefused) {
   EXPECT_EQ("1087 Failed to validate User config [/login: String length shorter than minimum: 1]", Thrown([] {
               SetDesiredUserConfig({Account("b", "new"), Account("c", "")});
             }));
+  FailAt("INSERT ON DesiredUserConfig WHEN NEW.Identifier='c'");
+  EXPECT_EQ("2000 Failed to set desired configuration.", Thrown([] {
+              SetDesiredUserConfig({Account("b", "b"), Account("c", "c")});
+            }));
   EXPECT_EQ("a=kept", Logins(ListStagedConfig()));
-}
-
-// How staging fails when a statement does: what is thrown, and what is logged.
-// clang-format off
-const struct { void (*fault)(TestStore&); const char *thrown, *logged; } kFaultCases[] = {
-    {[](TestStore& s) { s.Run("BEGIN IMMEDIATE;"); }, "2000 Failed to set desired configuration.",
-     "SetDesiredUserConfig transaction failed."},
-    {[](TestStore&) { FailAt("DELETE ON DesiredUserConfig"); }, "2000 Failed to cleanup desired configuration.",
-     "SetDesiredUserConfig failed: Failed to cleanup desired configuration."},
-    {[](TestStore&) { FailAt("INSERT ON DesiredUserConfig WHEN NEW.Identifier='c'"); },
-     "2000 Failed to set desired configuration.", "SetDesiredUserConfig failed: Database Error"},
-};
-// clang-format on
-
-TEST(DesiredConfig, KeepsWhatWasStagedWhenAStatementFails) {
-  for (const auto& row : kFaultCases) {
-    TestStore store;
-    SetDesiredUserConfig({Account("a", "kept")});
-    const LogCapture log(store.Root());
-    row.fault(store);
-    EXPECT_EQ(row.thrown, Thrown([] { SetDesiredUserConfig({Account("b", "b"), Account("c", "c")}); }));
-    EXPECT_TRUE(log.Has(row.logged)) << row.logged;
-    EXPECT_EQ("a=kept", Logins(ListStagedConfig()));
-  }
 }
 
 TEST(DesiredConfig, IsThatOfTheRowElseTheStagedOne) {

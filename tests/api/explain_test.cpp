@@ -71,18 +71,6 @@ TEST(ExplainObject, SurvivesARowThatCannotBeRead) {
   EXPECT_EQ("1400 auto, default 1500", Line(object, "/mtu"));
 }
 
-TEST(ExplainObject, ListsInstancesAsTheyCameIn) {
-  TestStore store;
-  const char kUser[] = R"({"link":[{"name":"c"},{"name":"b","enabled":true}]})";
-  PutLayers({R"({"link":null})", kUser, R"({"link":[{"name":"b"},{"name":"c"}]})", "", ""}, true);
-  std::string fields;
-  for (const FieldOrigin& field : ExplainObject(kStackSettings).fields) {
-    if (field.effective) fields += field.path + " ";
-  }
-  EXPECT_EQ("/link/c/name /link/b/name /link/b/enabled ", fields);
-  EXPECT_EQ(kUser, store.Get(kStackSettings));
-}
-
 // Random layers over few names, so that they meet; types clash as well.
 class RandomLayers {
  public:

@@ -27,14 +27,6 @@ const struct { const char* name; void (*act)(TestStore&); const char* rows; } kG
      R"({"method":"ntp"})"},
     {"destroyed", [](TestStore& s) { Guard guard(s.store); Insert(s, "ntp"); }, ""},
     {"cancelled", [](TestStore& s) { Guard guard(s.store); Insert(s, "ntp"); EXPECT_EQ(0, guard.Cancel()); }, ""},
-    {"inner destroyed", [](TestStore& s) {
-       Guard outer(s.store);
-       Insert(s, "ntp");
-       { Guard inner(s.store); Insert(s, "ptp"); }
-       outer.Commit();
-     }, R"({"method":"ntp"})"},
-    {"outer destroyed", [](TestStore& s) { Guard outer(s.store), inner(s.store); Insert(s, "ptp"); inner.Commit(); },
-     ""},
     {"exception", [](TestStore& s) {
        EXPECT_NE("", Thrown([&] { Guard guard(s.store); Insert(s, "ntp"); Insert(s, "sundial"); }));
      }, ""},

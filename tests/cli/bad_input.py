@@ -20,7 +20,6 @@ import sqlite3
 import subprocess
 import sys
 import tempfile
-import time
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import contextmanager
 
@@ -238,35 +237,8 @@ def with_a_full_or_closed_output(csctl, report):
                           f"into a closed pipe: csctl {line_of(row)}: {done.returncode} {done.stderr}")
 
 
-def interrupted(csctl, report):
-    """Ctrl-C while much is read, checked or written: all of it or nothing is there."""
-    accounts = [{"cs_generated_id": f"u{i}", "login": f"user{i}", "uid": 1000 + i} for i in range(20000)]
-    component, group, key = TYPE.split("/")
-    document = {"components": {component: {group: {key: accounts}}}}
-    for command, content in ((f"replace {TYPE} -f", accounts), ("import", document)):
-        host = Host(csctl, stocked=True)
-        (host.directory / "many.json").write_text(json.dumps(content))
-        before, after = host.digest(), None
-        for wait in (0.02, 0.1, 0.2, 0.4, 0.8):
-            tool = subprocess.Popen([csctl, "--root", str(host.root), *command.split(), "many.json"],
-                                    cwd=host.directory, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-            time.sleep(wait)
-            tool.send_signal(signal.SIGINT)
-            error = tool.communicate()[1]
-            found = host.digest()
-            report.expect(tool.returncode in (0, -signal.SIGINT) and not error, f"{command}: {tool.returncode} {error}")
-            if found == before:
-                continue
-            after = after or found
-            report.expect(found == after, f"{command}: a part is stored")
-            rows = len(json.loads(host.run(f"ls {TYPE} --json").stdout))
-            report.expect(rows == len(accounts), f"{command}, interrupted: {rows} objects are stored")
-        report.ended("after it", f"get {OBJECT}", host.run(f"get {OBJECT}"), 0)
-        host.remove()
-
-
 ROUNDS = [all_is_well, without_a_store, of_an_unknown_type, while_another_writes, without_permission,
-          with_a_full_or_closed_output, interrupted]
+          with_a_full_or_closed_output]
 
 
 def main():

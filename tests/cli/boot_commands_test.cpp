@@ -107,16 +107,6 @@ TEST_F(BootCommands, StagedValueIsPreviewedAppliedAndConfirmed) {
   EXPECT_EQ("{\"confirmed\":0}\n", Printed("confirm --all --json"));
 }
 
-TEST_F(BootCommands, PartIsConfirmedAndTheRestStaysDesired) {
-  const std::string whole = R"({"method":"manual","enabled":false})";
-  ASSERT_EQ(0, Csctl("stage set", InDocument(whole)).exit);
-  ASSERT_EQ(0, Csctl("boot mode apply").exit);
-  ASSERT_EQ(0, Csctl("load").exit);
-  Check({"confirm $clock --part - --json", kManual, 0, {"{\"confirmed\":\"$clock\",\"whole\":false}\n"}});
-  EXPECT_EQ(kManual + "\n", Clock());
-  Check({"confirm $clock --part - --json", whole, 0, {"{\"confirmed\":\"$clock\",\"whole\":true}\n"}});
-}
-
 TEST_F(BootCommands, StagedDocumentReadsBackWithItsSecretsAndNames) {
   const std::string document = R"({"components":{"accessd":{"local":{"user_account":[)"
                                R"({"login":"dora","uid":9,"password_hash":"$6$hush"},{"login":"x","uid":3}]}}}})";

@@ -21,16 +21,6 @@ TEST(ErrorCodes, AreFoundWhileStaticObjectsAreMade) {
   EXPECT_EQ("Invalid JSON", kFoundAtStartUp);
 }
 
-TEST(ErrorCodes, AreTheseAndNoOthers) {
-  std::string known;
-  for (int code = -1; code <= CS_GENERAL + 1; ++code) {
-    const bool has = FormatOrFailure(code) != "! _Map_base::at";
-    const bool had = FormatOrFailure(code - 1) != "! _Map_base::at";
-    if (has != had) known += std::to_string(has ? code : code - 1) + (has ? "-" : " ");
-  }
-  EXPECT_EQ("1001-1018 1030-1060 1080-1084 1086-1092 1100-1105 ", known);
-}
-
 // clang-format off
 const struct { void (*fail)(); const std::type_info& type; const char* text; } kThrowCases[] = {
     {[] { ThrowException<InvalidArgumentException>(CS_JSON_FILE_INVALID, "/x%s.json"); },

@@ -8,6 +8,8 @@
 #include "lifecycle/load_steps.h"
 #include "lifecycle/test_host.h"
 #include "platform/child_program.h"
+#include "platform/json_reader.h"
+#include "platform/json_values.h"
 #include "platform/rehearsal.h"
 #include "store/connection.h"
 
@@ -140,12 +142,9 @@ TEST(FileFromElsewhere, BringsNoTriggersAndViewsAlong) {
   }
 }
 
-/// A text as JSON.
 std::string Json(const std::string& text) {
-  std::string json = "\"";
-  for (const char c : text)
-    json += c == '\n' ? "\\n" : c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
-  return json + "\"";
+  JsonStorage storage;
+  return JsonText(TextValue(text, storage.allocator));
 }
 
 // Every name may be any text: it is never part of a statement, a format, a command or a path.

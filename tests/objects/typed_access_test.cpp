@@ -17,7 +17,7 @@ std::shared_ptr<WritableObject> ObjectOf(const std::string& json) {
 }
 
 template <class T>
-std::string Text(T value) {
+std::string Text(const T& value) {
   return std::to_string(value);
 }
 std::string Text(const std::string& value) {
@@ -26,24 +26,22 @@ std::string Text(const std::string& value) {
 std::string Text(bool value) {
   return value ? "true" : "false";
 }
+template <class T>
+std::string Text(const std::vector<T>& values) {
+  std::string text;
+  for (const T& value : values) text += (text.empty() ? "" : " ") + Text(value);
+  return text;
+}
 
-// Returns "RESULT VALUE", or what was thrown.
+// Returns "RESULT VALUE", or what was thrown and, of a list, what was read before.
 template <class T>
 std::string Read(const ReadOnlyObject& object) {
   T value{};
   int found = -1;
   const std::string thrown = Thrown([&] { found = object.GetValue("m", &value); });
-  return thrown.empty() ? std::to_string(found) + " " + Text(value) : thrown;
-}
-
-template <class T>
-std::string ReadList(const ReadOnlyObject& object) {
-  std::vector<T> values;
-  int found = -1;
-  const std::string thrown = Thrown([&] { found = object.GetValue("m", &values); });
-  std::string text = thrown.empty() ? std::to_string(found) : thrown;
-  for (const T& value : values) text += " " + Text(value);
-  return text;
+  const std::string read = Text(value);
+  if (!thrown.empty() && !std::is_class_v<T>) return thrown;
+  return (thrown.empty() ? std::to_string(found) : thrown) + (read.empty() ? "" : " ") + read;
 }
 
 const char kWrong[] = "2000 Invalid type specified for: m";
@@ -59,11 +57,11 @@ const struct { const char* member; std::string (*read)(const ReadOnlyObject&); c
     {"70000", Read<unsigned short>, "1 4464"}, {"4294967296", Read<unsigned short>, kWrong},
     {"300", Read<unsigned char>, "1 44"},
     {"true", Read<bool>, "1 true"}, {"1", Read<bool>, kWrong}, {"null", Read<int>, "0 0"},
-    {"[1,2]", ReadList<int>, "1 1 2"}, {"[]", ReadList<int>, "1"},
-    {"[1,\"x\",2]", ReadList<int>, "2000 Invalid JSON 1"},
-    {"[1.5,2]", ReadList<double>, "2000 Invalid JSON 1.500000"}, {"[3000000000]", ReadList<long long>, "1 3000000000"},
-    {"[true,false]", ReadList<bool>, "1 true false"}, {"[\"a\",\"b\"]", ReadList<std::string>, "1 a b"},
-    {"{}", ReadList<std::string>, kWrong}, {"null", ReadList<std::string>, "0"},
+    {"[1,2]", Read<std::vector<int>>, "1 1 2"}, {"[]", Read<std::vector<int>>, "1"},
+    {"[1,\"x\",2]", Read<std::vector<int>>, "2000 Invalid JSON 1"},
+    {"[1.5,2]", Read<std::vector<double>>, "2000 Invalid JSON 1.500000"}, {"[3000000000]", Read<std::vector<long long>>, "1 3000000000"},
+    {"[true,false]", Read<std::vector<bool>>, "1 true false"}, {"[\"a\",\"b\"]", Read<std::vector<std::string>>, "1 a b"},
+    {"{}", Read<std::vector<std::string>>, kWrong}, {"null", Read<std::vector<std::string>>, "0"},
 };
 // clang-format on
 

@@ -16,17 +16,6 @@ const std::string kStore = HaldenLib::kStoreFile;
 const char kAllNames[] =
     "SELECT group_concat(name, ' ') FROM (SELECT name FROM sqlite_schema WHERE sql NOT NULL ORDER BY 1)";
 
-TEST(CreateDatabases, MakesBothFilesForTheirOwnerAlone) {
-  const TestDatabase host;
-  EXPECT_EQ("Config ConfigSchema DefaultConfig DesiredUserConfig KVTable UpgradeStatus updateModifiedTime",
-            RowsOf(host.Connect(), kAllNames));
-  EXPECT_EQ("ConfigSchema", RowsOf(GetConnection(TYPE_SCHEMA_STORE), kAllNames));
-  EXPECT_EQ("delete", RowsOf(GetConnection(TYPE_SCHEMA_STORE), "PRAGMA journal_mode"));
-  EXPECT_EQ(fs::perms(0600), ModeOf(host.root.Resolve(kStore)));
-  EXPECT_EQ(fs::perms(0600), ModeOf(host.root.Resolve(HaldenLib::kSchemaStoreFile)));
-  EXPECT_EQ(fs::perms(0700), ModeOf(host.root.Resolve(HaldenLib::kStoreDirectory)));
-}
-
 TEST(CreateDatabases, AddsWhatIsMissingAndKeepsTheRest) {
   const TestDatabase host;
   for (const char* sql :

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <thread>
 
@@ -21,50 +20,36 @@ void Write(const fs::path& path) {
   std::ofstream(path) << "1";
 }
 
-// What happens to a file that is watched, and whether it is there afterwards.
-struct Event {
-  const char* name;
-  std::function<void(const fs::path& file)> happens;
-  bool isThere;
-};
+// What happens to a file that is watched, a letter each: w more is written to it, a it goes aside, n another is put in
+// its place, x it is removed, d its directory goes aside. It is there afterwards unless the last leaves nothing.
+const std::pair<const char*, bool> kEvents[] = {{"w", true},  {"an", true}, {"x", false},
+                                                {"a", false}, {"n", true},  {"d", false}};
 
-const Event kEvents[] = {
-    {"written", [](const fs::path& file) { std::ofstream(file, std::ios::app) << "more"; }, true},
-    {"replaced",
-     [](const fs::path& file) {
-       Write(file.string() + "2");
-       fs::rename(file.string() + "2", file);
-     },
-     true},
-    {"removed", [](const fs::path& file) { fs::remove(file); }, false},
-    {"renamed", [](const fs::path& file) { fs::rename(file, file.string() + "2"); }, false},
-    {"renamed, another in its place",
-     [](const fs::path& file) {
-       fs::rename(file, file.string() + "2");
-       Write(file);
-     },
-     true},
-    {"below a directory that was moved",
-     [](const fs::path& file) {
-       fs::rename(file.parent_path(), file.parent_path().string() + "2");
-       std::this_thread::sleep_for(FileWatch::kWalkAfter);
-     },
-     false},
-};
+void Happen(const fs::path& file, char event) {
+  const std::string aside = file.string() + "2";
+  if (event == 'w') std::ofstream(file, std::ios::app) << "more";
+  if (event == 'a') fs::rename(file, aside);
+  if (event == 'n') Write(aside + "2"), fs::rename(aside + "2", file);
+  if (event == 'x') fs::remove(file);
+  if (event == 'd') {
+    fs::rename(file.parent_path(), file.parent_path().string() + "2");
+    std::this_thread::sleep_for(FileWatch::kWalkAfter);
+  }
+}
 
 TEST(FileWatch, TellsEveryChangeOfAFile) {
-  for (const Event& event : kEvents) {
-    SCOPED_TRACE(event.name);
+  for (const auto& [events, isThere] : kEvents) {
+    SCOPED_TRACE(events);
     TempRoot root;
     const fs::path file = root.Write(kFile, "1");
     FileWatch watch(kFile);
     const FileState before = watch.Look();
     for (int i = 0; i < 3; ++i) EXPECT_EQ(before, watch.Look());
     std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the grain of a time stamp
-    event.happens(file);
+    for (const char* event = events; *event != 0; ++event) Happen(file, *event);
     const FileState after = watch.Look();
     EXPECT_NE(before, after);
-    EXPECT_EQ(event.isThere, after.Exists());
+    EXPECT_EQ(isThere, after.Exists());
     EXPECT_EQ(after, watch.Look());
   }
 }

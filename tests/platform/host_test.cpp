@@ -30,19 +30,6 @@ TEST(HostPaths, ResolvesAbsolutePathsUnderTheRoot) {
   }
 }
 
-// Run by the next test in a process of its own.
-TEST(HostPaths, DISABLED_RootOfTheEnvironmentIsSlashR) {
-  EXPECT_EQ("/r", GetHostRoot());
-}
-
-TEST(HostPaths, TakesTheRootFromTheEnvironmentUnlessItIsRelative) {
-  const std::string self = fs::read_symlink("/proc/self/exe").string();
-  const std::string rest =
-      " '" + self + "' --gtest_also_run_disabled_tests --gtest_filter=HostPaths.DISABLED_RootOf* >/dev/null";
-  EXPECT_EQ(0, std::system(("HALDEN_ROOT=/r/" + rest).c_str()));
-  EXPECT_NE(0, std::system(("HALDEN_ROOT=r" + rest).c_str()));
-}
-
 // Run by the next test as a set-id program.
 TEST(HostPaths, DISABLED_EnvironmentOfASetIdProgramSaysNothing) {
   ASSERT_NE(0u, getauxval(AT_SECURE)) << "no set-id program";

@@ -86,23 +86,6 @@ TEST(SchemaCheck, NamesTheFirstFault) {
   }
 }
 
-TEST(SchemaObject, DerivesIdentifiersDefaultsAndSecrets) {
-  TestStore store;
-  const auto stack = store.Schema(kStackSettings);
-  EXPECT_TRUE(stack->IsSingleton());
-  EXPECT_FALSE(stack->HasSecrets());
-  EXPECT_EQ(R"({"link":"name","address":"cs_generated_id"})", JsonText(stack->GetIdMap()->document));
-  EXPECT_EQ(
-      R"({"stack_settings":{"mtu":1500,"routing":{"mode":"dynamic","metric_scale":1.0},"link":{"enabled":true}}})",
-      JsonText(stack->GetDefaults()->document));
-  const auto account = store.Schema(UserAccount(""));
-  EXPECT_FALSE(account->IsSingleton());
-  EXPECT_TRUE(account->HasSecrets());
-  EXPECT_TRUE(account->IsGeneratedId());
-  EXPECT_EQ(R"({"user_account":"cs_generated_id","authorized_key":"label"})", JsonText(account->GetIdMap()->document));
-  EXPECT_EQ(R"({"user_account":{"shell":"/bin/sh"}})", JsonText(account->GetDefaults()->document));
-}
-
 TEST(SchemaStore, AChangeByAnotherProcessIsSeenByTheNextLookUp) {
   TestStore store;
   const ConfigStoreObjectId id("k", "g", "c");
