@@ -170,21 +170,33 @@ TEST(UserData, WaitsForTheEndOfBootButForTheHostAndAnUpgrade) {
   }
 }
 
-TEST(BootMode, IsNormalUnlessItIsSet) {
-  {
-    TestStore store;
-    EXPECT_FALSE(GetNextBootMode());
-    SetBootMode(BOOTMODE_APPLY);
-    EXPECT_EQ("true", GetKV("APPLY_BOOT"));
-    EXPECT_TRUE(GetNextBootMode());
-    SetBootMode(BOOTMODE_NORMAL);
-    EXPECT_EQ("false", GetKV("APPLY_BOOT"));
-  }
+TEST(BootMode, WithoutAStoreIsLoggedOrRefused) {
   const TempRoot withoutAStore;
   const LogCapture log(withoutAStore);
   SetBootMode(BOOTMODE_APPLY);
   EXPECT_EQ("Failed to connect to database.", log.Lines().back());
   EXPECT_EQ("2000 GetKV Failed", Thrown([] { IsBoot(); }));
+}
+
+TEST(CheckObject, SaysWhatASetWouldRefuseAndWritesNothing) {
+  TestStore store;
+  const auto found = [](const ConfigStoreObjectId& id, const char* json, USERDATA_CONTEXT context) {
+    std::string text;
+    for (const ErrorInfo& info : CheckObject(ConfigStore::CreateObject(id, json), context)) {
+      text += info.field + ": " + info.error + "; ";
+    }
+    return text;
+  };
+  const USERDATA_CONTEXT outside{USERDATA_CONTEXT::EXTERNAL};
+  const USERDATA_CONTEXT host{USERDATA_CONTEXT::AUTOCONFIGURATION};
+  EXPECT_EQ("", found(kTimeSource, R"({"method":"ntp"})", outside));
+  EXPECT_EQ("/method: INCORRECT TYPE: expected string.; ", found(kTimeSource, R"({"method":1})", host));
+  EXPECT_NE("", found(UserAccount("a"), "{}", outside));  // required members
+  EXPECT_EQ("", found(UserAccount("a"), "{}", host));
+  EXPECT_EQ("2000 Schema not found for object: component c group b key a", Thrown([&] {
+              found({"a", "b", "c"}, "{}", outside);
+            }));
+  EXPECT_EQ("", store.Layers("time_source"));
 }
 
 }  // namespace

@@ -38,18 +38,14 @@ const std::vector<Row> kRows = {
     {"boot mode apply", "", 0, {"apply: ", "would clear every user value"}},
     {"boot mode later", "", 2, {"later"}},
     {"stage set", kStagedClock, 0, {"staged 1 objects", "csctl boot mode apply"}},
-    {"stage set", "[]", 3, {"standard input: Invalid JSON", "line 1, column 1: INCORRECT TYPE: expected object."}},
     {"stage set", R"({"components":{}})", 3, {"holds no object"}},
-    {"stage set", R"({"components":{"netd":{"ipstack":{"q\"":{}}}}})", 3, {"not allowed: q\""}},
     {"stage set", InDocument("{},\"time_source\":{}"), 3, {"/$clock: Type is there twice"}},
-    {"stage set", InDocument("[]"), 3, {"$clock: INCORRECT TYPE: expected object."}},
     {"stage set", InDocument(R"({"method":5})"), 3, {"/method: INCORRECT TYPE"}},
     {"stage set -f /no/such/file", "", 2, {"/no/such/file"}},
     {"stage show --json", "", 0, {"{\"components\":{}}\n"}},
     {"stage drop", "", 0, {"nothing is staged"}},
     {"confirm", "", 2, {"--all"}},
     {"confirm $net --all", "", 2, {"excludes"}},
-    {"confirm $user@nobody", "", 4, {"no such object", "csctl ls"}},
     {"confirm $net", "", 0, {"confirmed $net"}},
     {"confirm --all", "", 0, {"confirmed 0 objects"}},
     {"confirm $clock --part -", R"({"method":5})", 3, {"/method"}},
@@ -87,12 +83,10 @@ TEST_F(BootCommands, StagedValueIsPreviewedAppliedAndConfirmed) {
   ASSERT_EQ(0, Csctl("stage set", kStagedClock).exit);
   EXPECT_EQ(kStagedClock + "\n", Printed("stage show --json"));
   ASSERT_EQ(0, Csctl("boot mode apply").exit);
-  Check({"boot preview --json",
-         "",
-         0,
-         {R"({"appliesStaged":true,)", R"("user":"cleared","before":{"login":"dora")",
-          R"(time_source","user":"changed","before":{"method":"manual"},"after":{"method":"ptp"},"desiredLost":null,)"
-          R"("wasConfirmed":true,"confirmed":false})"}});
+  Shows("boot preview --json",
+        {R"({"appliesStaged":true,)", R"("user":"cleared","before":{"login":"dora")",
+         R"(time_source","user":"changed","before":{"method":"manual"},"after":{"method":"ptp"},"desiredLost":null,)"
+         R"("wasConfirmed":true,"confirmed":false})"});
   EXPECT_EQ(kManual + "\n", Clock()) << "a preview changes nothing";
 
   ASSERT_EQ(0, Csctl("load").exit);
@@ -100,7 +94,7 @@ TEST_F(BootCommands, StagedValueIsPreviewedAppliedAndConfirmed) {
   ASSERT_EQ(0, Csctl("boot end").exit);
   EXPECT_EQ(1, Csctl("boot status").exit);
   EXPECT_EQ(4, Csctl("get $clock").exit) << "not confirmed";
-  Check({"status --json", "", 0, {R"({"boot":false,"mode":"normal","staged":0,"desired":0,"unconfirmed":3,)"}});
+  Shows("status --json", {R"({"boot":false,"mode":"normal","staged":0,"desired":0,"unconfirmed":3,)"});
   ASSERT_EQ(0, Csctl("confirm $clock").exit);
   EXPECT_EQ(kPtp + "\n", Clock());
   EXPECT_EQ("{\"confirmed\":2}\n", Printed("confirm --all --json"));
@@ -119,14 +113,14 @@ TEST_F(BootCommands, StagedDocumentReadsBackWithItsSecretsAndNames) {
 
 TEST_F(BootCommands, BackupIsOneFileThatBringsTheStoreBack) {
   for (const char* stale : {"", "-journal", "-wal"}) root_.Write(kBackup + stale, "of another backup, torn");
-  Check({"status", "", 0, {kBackup + ", NOT consistent"}});
+  Shows("status", {kBackup + ", NOT consistent"});
   ASSERT_EQ(0, Csctl("backup --verify").exit);
   EXPECT_EQ(1, std::distance(fs::directory_iterator(fs::path(root_.Resolve(kBackup)).parent_path()), {}));
   ASSERT_EQ(0, Csctl("set $clock", kPtp).exit);
   const auto store = OrvoConfigStore::ConfigStore::GetStore("");
   const OrvoConfigStore::ConfigStoreObjectId clock("time_source", "sync", "clockd");
   ASSERT_EQ(kPtp, store->Get(clock)->GetData());
-  Check({"restore " + kBackup, "", 0, {"restored from"}});
+  Shows("restore " + kBackup, {"restored from"});
   EXPECT_EQ(kManual, store->Get(clock)->GetData()) << "a store that is open shows it";
   fs::remove_all(root_.Resolve("/etc/halden/configstore"));
   ASSERT_EQ(0, Csctl("restore " + kBackup).exit);
@@ -153,7 +147,7 @@ TEST_F(BootCommands, UpgradeRunsThePackagesPrograms) {
   Check({"upgrade run clockd", "", 5, {"not upgrading", mark}});
   Check({"--upgrade set $clock", kPtp, 5, {"not upgrading"}});
   root_.Write(mark, "");
-  Check({"upgrade run clockd", "", 0, {"upgraded clockd"}});
+  Shows("upgrade run clockd", {"upgraded clockd"});
   EXPECT_EQ(0, Csctl("load").exit);
   EXPECT_EQ("10 late\n20 late\n10 early\n20 early\n", root_.Read("/ran"));
   EXPECT_EQ(5, Csctl("set $clock", kPtp).exit);
@@ -163,7 +157,7 @@ TEST_F(BootCommands, UpgradeRunsThePackagesPrograms) {
   EXPECT_EQ("{\"library\":\"clockd\",\"status\":\"failed\"}\n", Printed("upgrade status clockd --json"));
   EXPECT_EQ("10 late\n20 late\n10 early\n20 early\n10 late\n", root_.Read("/ran"));
   OrvoConfigStore::SetUpgradeLibStatus(true, "lib");
-  Check({"upgrade status lib", "", 0, {"last run of lib succeeded"}});
+  Shows("upgrade status lib", {"last run of lib succeeded"});
 }
 
 TEST_F(BootCommands, RamdiskThatCannotBeMountedIsAnError) {

@@ -17,17 +17,14 @@ const std::vector<Row> kEmptyHostRows = {
     {"gte $net", "", 2, {"no such command or option: gte", "csctl --help"}},
     {"schema", "", 2, {"csctl --help"}},
     {"get", "", 2, {"ID"}},
-    {"types --wide", "", 2, {"--wide"}},
     {"--json get", "", 2, {"{\"error\":{\"exit\":2,\"code\":0,\"message\":"}},
     {"--help", "", 0, {"7  the store is missing or busy", "layers"}},
     {"--root get -qh", "", 0, {"  schema ", "  types "}},
     {"--version", "", 0, {"csctl 1."}},
     {"get netd/ipstack", "", 2, {"netd/ipstack", "COMPONENT/GROUP/KEY"}},
-    {"get netd//key", "", 2, {"empty"}},
     {"get a/b/c@", "", 2, {"empty"}},
     {"get a/b/c/d", "", 2, {"%2F"}},
     {"get a/b/c%4", "", 2, {"hexadecimal"}},
-    {"get a/b/c%zz", "", 2, {"hexadecimal"}},
     {"get a/b/c@%00", "", 2, {"other than 00"}},
     {"get a/b/c@d#/e", "", 2, {"takes no field"}},
 };
@@ -73,7 +70,6 @@ const std::vector<Row> kStockedHostRows = {
     {"ls clockd", "", 0, {}},
     {"ls netd/ipstakc", "", 4, {"no registered type has this name", "did you mean \"netd/ipstack\"?"}},
     {"get netd/ipstack/stack_setings", "", 4, {"did you mean \"$net\"?"}},
-    {"ls netd//x", "", 2, {"a part of the name is empty"}},
     {"find $user", "{\"login\":\"dora\"}", 0, {"$user@dora", "\"uid\": 1001"}},
     {"find $user", "{\"login\":\"nobody\"}", 1, {}},
     {"find $net", "{}", 3, {"singleton", "single object"}},
@@ -110,7 +106,7 @@ TEST_F(CsctlOn, BootPhaseRefusesUsersAlone) {
   OrvoConfigStore::SetKV("IS_BOOT", "true");
   EXPECT_EQ(5, Csctl("set $net -f $objects/stack_settings.json").exit);
   EXPECT_EQ(0, Csctl("set $net -f $objects/stack_settings.json --as auto").exit);
-  Check({"layers $net --json", "", 0, {"\"user\":null"}});
+  Shows("layers $net --json", {"\"user\":null"});
 }
 
 TEST_F(CsctlOn, TerminalGetsNoControlCharacters) {
@@ -118,7 +114,7 @@ TEST_F(CsctlOn, TerminalGetsNoControlCharacters) {
   ASSERT_EQ(0, Csctl("set $user@%1b --as auto", R"({"login":"eve","uid":1,"shell":")" + raw + "\"}").exit);
   EXPECT_NE(std::string::npos, RunOnTerminal(root_.Path(), {"get", kUser + "@%1B"})
                                    .find("\"shell\": \"\\u007f\\u009b\\ufffd\\ufffd\\ufffd\xc3\xa9q\\\"{\""));
-  Check({"get $user@%1B", "", 0, {"\"" + raw + "\""}});
+  Shows("get $user@%1B", {"\"" + raw + "\""});
 }
 
 // Names that reach statements, messages and terminals: what set prints reads

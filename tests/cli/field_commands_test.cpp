@@ -48,11 +48,9 @@ TEST_F(Fields, EndAsDocumented) {
 TEST_F(Fields, AreChangedAndTheOthersKept) {
   ASSERT_EQ(0, Csctl("stage set", R"({"components":{"netd":{"ipstack":{"stack_settings":{"hostname":"s"}}}}})").exit);
   StageByHand();
-  Check({"set $net mtu=1400 link/eth9/enabled=false",
-         "",
-         0,
-         {"changed: user layer; the staged desired value is discarded; the object is confirmed now",
-          "the staged configuration keeps its value"}});
+  Shows("set $net mtu=1400 link/eth9/enabled=false",
+        {"changed: user layer; the staged desired value is discarded; the object is confirmed now",
+         "the staged configuration keeps its value"});
   Csctl("unset $net dns_search link/eth1");
   const std::string stored = Check(
       {"get $net --json", "", 0, {"\"mtu\":1400", R"({"name":"eth9","enabled":false})", R"("hostname":"node7")"}});
@@ -65,15 +63,15 @@ TEST_F(Fields, EditorChangesALayerAndSeesNoSecret) {
   setenv("TMPDIR", root.c_str(), 1);
   setenv("EDITOR", ("stat -c %a \"$1\" >" + root + "/mode; cp \"$1\" " + root + "/seen; sed -i s/1002/1003/").c_str(),
          1);
-  Check({"edit $user@edwin", "", 0, {"changed: user layer"}});
+  Shows("edit $user@edwin", {"changed: user layer"});
   EXPECT_EQ("600\n", root_.Read("/mode"));
   EXPECT_EQ(std::string::npos, root_.Read("/seen").find(secret));
-  Check({"get $user@edwin --json --show-secrets", "", 0, {secret, "1003"}});
-  Check({"edit $user@edwin", "", 0, {"unchanged"}});
+  Shows("get $user@edwin --json --show-secrets", {secret, "1003"});
+  Shows("edit $user@edwin", {"unchanged"});
   const std::string meanwhile = CSCTL_PROGRAM " --root " + root + " set $user@edwin uid=7 >&2; sed -i s/1003/8/";
   setenv("EDITOR", Filled(meanwhile).c_str(), 1);
   EXPECT_EQ(6, Csctl("edit $user@edwin").exit);
-  Check({"get $user@edwin --json", "", 0, {"\"uid\":7"}});
+  Shows("get $user@edwin --json", {"\"uid\":7"});
 }
 
 // What an editor made of the object, why it is refused, and what of it is kept.

@@ -64,6 +64,9 @@ class EmptyHost : public testing::Test {
     EXPECT_TRUE(row.exit <= 1 || before == root_.Read(kStoreFile));
     return speaking;
   }
+  std::string Shows(const std::string& line, const std::vector<std::string>& shown) {
+    return Check({line, "", 0, shown});
+  }
   /// Runs each row on the host as it is now.
   void ExpectEach(const std::vector<Row>& rows) {
     const fs::path root = root_.Path(), kept = root_.Path() + ".kept";

@@ -35,10 +35,8 @@ const std::vector<Row> kRows = {
     {"schema doc $net", "", 0, {"# netd/ipstack/stack\\_settings\n", "### /routing/mode\n"}},
     {"schema doc $user --format man", "", 0, {".TH \"$user\" 5", ".SH FIELDS\n"}},
     {"schema doc $net --format html", "", 2, {"--format"}},
-    {"schema doc a/b/c", "", 4, {"csctl types"}},
     {"schema export --json-schema $user --json", "", 0, {"\"type\":\"array\"", "draft-07"}},
     {"schema export $user", "", 2, {"--json-schema"}},
-    {"schema export --json-schema a/b/c", "", 4, {"csctl types"}},
 };
 // clang-format on
 

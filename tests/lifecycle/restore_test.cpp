@@ -2,7 +2,6 @@
 
 #include <signal.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
 #include <regex>
 

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "lifecycle/load_steps.h"
 #include "lifecycle/test_host.h"

@@ -2,7 +2,6 @@
 // what becomes of a connection whose file is replaced.
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <cerrno>
 

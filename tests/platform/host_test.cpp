@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <regex>
-#include <set>
 
 #include "platform/host_settings.h"
 #include "platform/host_util.h"

@@ -3,8 +3,8 @@
 #include <limits>
 #include <random>
 
-#include "platform/json_members.h"
 #include "platform/json_reader.h"
+#include "platform/json_values.h"
 #include "support/test_store.h"
 
 using namespace OrvoConfigStore;
@@ -140,31 +140,6 @@ TEST(JsonText, WhatCannotBeReadBackIsNotWritten) {
   EXPECT_FALSE(WriteJson(JsonValue(std::numeric_limits<double>::infinity()), out));
   EXPECT_EQ("before", out);
   EXPECT_TRUE(WriteJson(value[0], out));
-}
-
-// Members "m0" to "mN" from the last to the first, each there twice, among names that resemble each other.
-TEST(MemberIndexing, FindsTheFirstMemberOfEveryName) {
-  for (const int count : {1, 14, 15, 1000}) {
-    std::string text = "{";
-    for (int i = 0; i < count; ++i) text += "\"m" + std::to_string(count - 1 - i) + "\":" + std::to_string(i) + ",";
-    for (int i = 0; i < count; ++i) text += "\"m" + std::to_string(i) + "\":-1,";
-    JsonStorage object;
-    ASSERT_TRUE(ReadJson(text + R"("":-2,"m\u0000":-3,"M0":-4})", object.document, nullptr));
-    MemberIndex members(object.document);
-    for (int i = 0; i < count; ++i) {
-      const MemberIndex::Member* member = members.Find("m" + std::to_string(count - 1 - i));
-      ASSERT_NE(nullptr, member) << i;
-      EXPECT_EQ(i, member->value.GetInt());
-      EXPECT_EQ(static_cast<size_t>(i), members.PositionOf(member));
-    }
-    EXPECT_EQ(-2, members.Find("")->value.GetInt());
-    EXPECT_EQ(-3, members.Find(std::string("m\0", 2))->value.GetInt());
-    EXPECT_EQ(-4, members.Find("M0")->value.GetInt());
-    for (const char* absent : {"m", "m00", "n0", "zzzzzzzz"}) EXPECT_EQ(nullptr, members.Find(absent)) << absent;
-  }
-  JsonStorage list;
-  ASSERT_TRUE(ReadJson("[]", list.document, nullptr));
-  EXPECT_EQ("2000 Invalid JSON", Thrown([&] { MemberIndex members(list.document); }));
 }
 
 }  // namespace
