@@ -50,6 +50,9 @@ TEST(DesiredConfig, KeepsWhatWasStagedWhenItIsRefused) {
   EXPECT_EQ("2000 Failed to set desired configuration.", Thrown([] {
               SetDesiredUserConfig({Account("b", "b"), Account("c", "c")});
             }));
+  store.Run("DROP TRIGGER fault;");
+  FailAt("DELETE ON DesiredUserConfig");
+  EXPECT_EQ("2000 Failed to cleanup desired configuration.", Thrown([] { SetDesiredUserConfig({Account("b", "b")}); }));
   EXPECT_EQ("a=kept", Logins(ListStagedConfig()));
 }
 

@@ -36,6 +36,7 @@ const std::vector<Row> kRows = {
     {"boot end", "", 0, {"not in its boot phase"}},
     {"boot mode", "", 0, {"normal: "}},
     {"boot mode apply", "", 0, {"apply: ", "would clear every user value"}},
+    {"boot mode normal", "", 0, {"normal: "}},
     {"boot mode later", "", 2, {"later"}},
     {"stage set", kStagedClock, 0, {"staged 1 objects", "csctl boot mode apply"}},
     {"stage set", R"({"components":{}})", 3, {"holds no object"}},

@@ -72,6 +72,7 @@ TEST(Diff, TakesEverySide) {
   PutRow(kTimeSource, "Value", "'{}'", "DesiredUserConfig");
   PutRow(kTimeSource, "Value", "'{}'", "DefaultConfig");
   PutRow({"unknown", "g", "c"}, "UserValue", "'{}'");
+  PutRow(UserAccount(""), "UserValue", "'{}'");
   ASSERT_EQ(0, backup(GetStorePath(), "/copy"));
   const std::pair<DiffSide::Kind, const char*> lines[] = {
       {DiffSide::STORE, ""},
@@ -84,7 +85,8 @@ TEST(Diff, TakesEverySide) {
       {DiffSide::DEFAULTS, "time_source: /drift_ppm 1.5>- /enabled true>- /method \"ntp\">-; "},
   };
   for (const auto& [kind, line] : lines) EXPECT_EQ(line, Lines(Diff({}, {kind, ""}))) << kind;
-  EXPECT_EQ(1u, Diff({}, {}).leftOut.at(0).objects);
+  EXPECT_EQ("the type has instances", Diff({}, {}).leftOut.at(0).reason);
+  EXPECT_EQ(1u, Diff({}, {}).leftOut.at(1).objects);
   store.Run("UPDATE Config SET UserValue='{\"method\":\"manual\"}' WHERE Name='time_source';");
   EXPECT_EQ("time_source: /method \"ntp\">\"manual\"; ", Lines(Diff({DiffSide::BACKUP, "/copy"}, {})));
   EXPECT_NE("", Thrown([] { Diff({}, {DiffSide::BACKUP, "/none"}); }));
