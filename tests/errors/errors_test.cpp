@@ -61,17 +61,5 @@ TEST(Exceptions, FillTheMessageAndAreLoggedOnce) {
   }
 }
 
-TEST(Exceptions, AreNotLoggedWithoutAMessageNorWhenTheyAreCopied) {
-  const TempRoot root;
-  const ValidationException first(CS_GENERAL, "m", {{"f", "e"}});
-  const LogCapture log(root);
-  EXPECT_THROW(ThrowException<ConfigStoreException>(CS_GENERAL), std::out_of_range);
-  EXPECT_THROW(ThrowValidation(CS_CACHED_CONFIG_INVALID, {}), std::out_of_range);
-  ValidationException copy(first);
-  EXPECT_EQ(first.toString(), copy.toString());
-  copy = ValidationException(first);
-  EXPECT_TRUE(log.Lines().empty());
-}
-
 }  // namespace
 }  // namespace OrvoConfigStore

@@ -54,15 +54,6 @@ TEST(FileWatch, TellsEveryChangeOfAFile) {
   }
 }
 
-TEST(FileWatch, FollowsTheHostRoot) {
-  const TempRoot first;
-  first.Write(kFile, "1");
-  FileWatch watch(kFile);
-  EXPECT_TRUE(watch.Look().Exists());
-  const TempRoot second;
-  EXPECT_FALSE(watch.Look().Exists());
-}
-
 TEST(FileWatch, LeavesADescriptorAloneThatTheClientHasTakenOver) {
   const TempRoot root;
   root.Write(kFile, "1");
