@@ -120,9 +120,9 @@ TEST_F(CsctlOn, TerminalGetsNoControlCharacters) {
 // Names that reach statements, messages and terminals: what set prints reads
 // back as the same object and no other.
 TEST_F(CsctlOn, AnyInstanceNameCanBeWrittenAndRead) {
-  for (const std::string name :
-       {"it's%22quoted%22", "100%25", "x';drop table config;--", "two%0Alines", "%25s%25n", "#%2fa@b/c",
-        "%C3%A9\xc3\xa9", "%ff%FE", "%2500", " ", std::string(255, 'n').c_str()}) {
+  for (const std::string& name :
+       std::vector<std::string>{"it's%22quoted%22", "100%25", "x';drop table config;--", "two%0Alines", "%25s%25n",
+                                "#%2fa@b/c", "%C3%A9\xc3\xa9", "%ff%FE", "%2500", " ", std::string(255, 'n')}) {
     const std::string data = R"({"home_volume":")" + std::to_string(name.size()) + R"(","login":"u","uid":1})";
     const Outcome stored = Run({"set", kUser + "@" + name}, data);
     ASSERT_EQ(0, stored.exit) << name << stored.err;
