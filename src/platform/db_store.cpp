@@ -100,11 +100,16 @@ int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedTe
 }
 
 int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection) {
+  if (connection == nullptr) return NoConnection();
+  WalHead before;
+  if (connection->RecallKey(key, value, &before)) return 0;
   const std::vector<std::string> values = {key};
   const std::vector<int> types = {VALUE_TEXT};
   const NamedText form{kReadKey, {}};  // which spares lifting the text each time
   value->clear();
-  return RunOn(connection, {form.form, &values, &types, TakeValue, value, kBusyTimeout, &form});
+  const int result = connection->Run({form.form, &values, &types, TakeValue, value, kBusyTimeout, &form});
+  if (result == 0) connection->RememberKey(key, *value, before);
+  return result;
 }
 
 int WriteKeyValue(const std::string& key, const std::string& value,

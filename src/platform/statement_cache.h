@@ -27,6 +27,7 @@ class StatementCache {
     StatementHandle statement;
     uint64_t lastUse = 0;
     bool inUse = false;
+    bool writesKeys = true;  // or may do so: anything else than rows of objects
   };
 
   /// Returns the statement of `text`, now in use, or null when there is none
@@ -59,6 +60,8 @@ class StatementUse {
   ~StatementUse();
 
   sqlite3_stmt* Get() const { return statement_; }
+  /// What is known of it besides; null when it is not kept.
+  StatementCache::Entry* Kept() const { return kept_; }
 
  private:
   StatementCache::Entry* kept_ = nullptr;

@@ -154,14 +154,17 @@ int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) 
     const bool isAnother = LeaveMovedFile() && EnsureOwnHandle();  // it may have been no store
     if (!isAnother || !Acquire(request, lifted, &use)) return 1;
   }
-  if (BeginsWrite(use->Get()) && !PrepareToWrite(request.timeoutMs, &use)) return 1;
+  const bool beginsWrite = BeginsWrite(use->Get());
+  if (beginsWrite && !PrepareToWrite(request.timeoutMs, &use)) return 1;
   if (!use.has_value()) {
     const int code = Prepare(lifted->text, &use);
     if (code != SQLITE_OK) return Fail(code, sqlite3_errmsg(database_.get()), lifted->text);
   }
   const int bound = Bind(use->Get(), lifted->parameters, request);
   if (bound != SQLITE_OK) return Fail(bound, "the values do not fit the statement", lifted->text);
+  writesKeys_ = false;
   const int code = Step(use->Get(), request);
+  if (beginsWrite) FollowCommit(*use);
   if (code == SQLITE_ABORT) return Fail(code, "a row was refused", lifted->text);
   return code == SQLITE_OK ? 0 : Fail(code, sqlite3_errmsg(database_.get()), lifted->text);
 }
@@ -192,10 +195,12 @@ int StoreConnection::Prepare(const std::string& text, std::optional<StatementUse
   StatementCache::Entry* kept = statements_.Take(text);
   if (kept == nullptr) {
     StatementHandle prepared;
+    writesKeys_ = false;
     const int code = PrepareStatement(database_.get(), text, &prepared);
     if (code != SQLITE_OK) return code;
     kept = statements_.Keep(text, &prepared);
     if (kept == nullptr) use->emplace(std::move(prepared));
+    if (kept != nullptr) kept->writesKeys = writesKeys_;
   }
   if (kept != nullptr) use->emplace(kept);
   return SQLITE_OK;

@@ -9,17 +9,6 @@
 
 namespace DBStore {
 
-namespace {
-
-const std::string kDataVersion = "PRAGMA data_version;";
-
-int TakeText(void* text, int, char** texts, char**) {
-  *static_cast<std::string*>(text) = texts[0];
-  return 0;
-}
-
-}  // namespace
-
 StoreConnection::StoreConnection(Type type)
     : path_(type == TYPE_STORE ? HaldenLib::kStoreFile : HaldenLib::kSchemaStoreFile),
       isPrivate_(false),
@@ -43,15 +32,18 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
   database_ = OpenDatabase(path_, Access::ReadWrite, whenMissing, &file_);
   if (database_ == nullptr) return false;
   WatchLog(database_.get(), &log_);
+  WatchKeyWrites();
   WaitWhileBusy(database_.get(), &busy_);
   SetBusyTimeout(kBusyTimeout);
   isLogEnsured_ = false;
+  isIndexSought_ = false;
   ++handles_;
   return true;
 }
 
 void StoreConnection::Close() {
   if (database_ == nullptr) return;
+  ForgetState();
   statements_.Clear();
   look_.reset();
   watch_.reset();
@@ -65,6 +57,7 @@ void StoreConnection::Close() {
 void StoreConnection::AbandonInChild() {
   if (owner_ == HaldenLib::ProcessId()) return;
   // Deliberate: a leak. Closing would undo the parent's work with the parent's memory.
+  ForgetState();
   statements_.Abandon();
   static_cast<void>(look_.release());
   static_cast<void>(database_.release());
@@ -118,33 +111,6 @@ bool StoreConnection::FollowPath() {
   return database_ != nullptr || Open(WhenMissing::Record);
 }
 
-int StoreConnection::ReadDataState(DataState* state) {
-  if (!FollowPath()) return 1;
-  const int result = Run({kDataVersion, nullptr, nullptr, TakeText, &state->version});
-  state->handle = handles_;
-  return result;
-}
-
-uint64_t StoreConnection::StateBeingRead() const {
-  if (database_ == nullptr || isPrivate_ || IsInTransaction()) return 0;
-  constexpr int kVersionBits = 32;
-  unsigned version = 0;
-  if (sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version) != SQLITE_OK) return 0;
-  return (uint64_t{static_cast<unsigned>(handles_)} << kVersionBits) | version;
-}
-
-uint64_t StoreConnection::CurrentState() {
-  const bool isOwn = database_ != nullptr && owner_ == HaldenLib::ProcessId();
-  if (!isOwn || running_ > 0 || Levels() > 0) return 0;
-  SetBusyTimeout(kBusyTimeout);
-  if (look_ == nullptr && PrepareStatement(database_.get(), kDataVersion, &look_) != SQLITE_OK) return 0;
-  const bool isRead = sqlite3_step(look_.get()) == SQLITE_ROW;
-  sqlite3_reset(look_.get());
-  if (!isRead) return 0;
-  ClearFailure();
-  return StateBeingRead();
-}
-
 void StoreConnection::SetBusyTimeout(int timeoutMs) {
   busy_.timeoutMs = timeoutMs;
 }
@@ -167,7 +133,9 @@ bool StoreConnection::PrepareToWrite(int timeoutMs, std::optional<StatementUse>*
     EnsureWriteAheadLog(database_.get(), path_);
   }
   isLogEnsured_ = true;
-  const bool mayWrite = MakeRoomInLog(database_.get(), path_, timeoutMs);
+  WalHead head;
+  const bool isShort = ReadHead(&head) && head.LogBytes() <= kMostLogBytes;
+  const bool mayWrite = isShort || MakeRoomInLog(database_.get(), path_, timeoutMs);
   SetBusyTimeout(timeoutMs);
   if (!mayWrite) Fail(SQLITE_BUSY, "the write-ahead log is over its bound and held by a reader");
   return mayWrite;

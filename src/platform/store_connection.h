@@ -11,10 +11,12 @@
 #include "platform/busy_wait.h"
 #include "platform/db_store.h"
 #include "platform/file_watch.h"
+#include "platform/kept_key.h"
 #include "platform/open_database.h"
 #include "platform/sql_forms.h"
 #include "platform/sql_literals.h"
 #include "platform/statement_cache.h"
+#include "platform/wal_index.h"
 #include "platform/wal_upkeep.h"
 
 namespace DBStore {
@@ -66,6 +68,11 @@ class StoreConnection {
   uint64_t CurrentState();
   uint64_t StateBeingRead() const;
 
+  /// Whether a value of the key table is known without reading it; if not, `before`
+  /// gets what Remember is to be called with when it has been read.
+  bool RecallKey(const std::string& key, std::string* value, WalHead* before);
+  void RememberKey(const std::string& key, const std::string& value, const WalHead& before);
+
   /// Transactions, with the results of the functions of DBStore.
   int Begin();
   int Commit();
@@ -85,6 +92,13 @@ class StoreConnection {
   void SetBusyTimeout(int timeoutMs);
   bool PrepareToWrite(int timeoutMs, std::optional<StatementUse>* use);
   int Fail(int code, const std::string& words, std::string_view statement = {}) const;
+
+  // connection_state.cpp: the state of the content
+  bool IsAtRest() const;
+  bool ReadHead(WalHead* head);
+  void ForgetState();
+  void WatchKeyWrites();
+  void FollowCommit(const StatementUse& use) noexcept;
 
   // statement_run.cpp: one statement
   int RunInternal(const Request& request);
@@ -114,7 +128,8 @@ class StoreConnection {
   HaldenLib::FileState notMoved_;              // in which state the path named the file
   pid_t owner_;
   StatementCache statements_;
-  StatementHandle look_;  // begins a read and takes nothing
+  StatementHandle look_;     // begins a read and takes nothing
+  bool writesKeys_ = false;  // what the statement that is being prepared may do
   FormCache forms_;
   LiftedStatement lifted_;  // memory that is used again
 
@@ -122,6 +137,10 @@ class StoreConnection {
   int running_ = 0;  // statements under way: a row callback may run others
   int handles_ = 0;  // how many have been opened
   LogWatch log_;
+  WalIndex index_;
+  bool isIndexSought_ = false;
+  WalHead looked_;  // of the state in which look_ was run last
+  KeptKey keptKey_;
   bool isLogEnsured_ = false;
   bool hasWritten_ = false;
 

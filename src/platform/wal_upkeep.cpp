@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -25,7 +26,6 @@ namespace {
 
 constexpr int64_t kReuseAbove = int64_t{7} << 19;
 constexpr int64_t kCutAbove = int64_t{4} << 20;
-constexpr int64_t kRefuseAbove = int64_t{16} << 20;
 
 int NoteLogLength(void* watch, sqlite3*, const char* database, int length) {
   if (std::strcmp(database, "main") == 0) static_cast<LogWatch*>(watch)->pages = length;
@@ -57,12 +57,13 @@ int64_t FileSize(const std::string& path) {
 
 /// The size of the log's file, of which SQLite knows where it is: asking for it by
 /// name would cost more.
-int64_t LogSize(sqlite3* database, const std::string& path) {
+std::optional<int64_t> LogSize(sqlite3* database) {
   sqlite3_file* log = nullptr;
   sqlite3_int64 bytes = 0;
   sqlite3_file_control(database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
   const bool isOpen = log != nullptr && log->pMethods != nullptr;
-  return isOpen && log->pMethods->xFileSize(log, &bytes) == SQLITE_OK ? bytes : FileSize(path + "-wal");
+  if (!isOpen || log->pMethods->xFileSize(log, &bytes) != SQLITE_OK) return std::nullopt;
+  return bytes;
 }
 
 enum class LogState { Emptied, Held, Broken };
@@ -73,15 +74,15 @@ LogState StateAfter(int code) {
   return kind == SQLITE_BUSY || kind == SQLITE_LOCKED ? LogState::Held : LogState::Broken;
 }
 
-/// Moves what it can into the file, and cuts the log when that was all of it; a
-/// cut that waited for a reader would keep every writer waiting meanwhile.
+/// Moves what it can into the file, and begins the log anew, as `mode` says, when that
+/// was all of it; one that waited for a reader would keep every writer waiting meanwhile.
 /// `pages` gets the length of the log, -1 when another connection is at it.
-LogState EmptyLog(sqlite3* database, int* pages) {
+LogState EmptyLog(sqlite3* database, int mode, int* pages) {
   int moved = 0;
   const int code = sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, pages, &moved);
   if (code != SQLITE_OK) return StateAfter(code);
   if (moved < *pages) return LogState::Held;
-  return StateAfter(sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr));
+  return StateAfter(sqlite3_wal_checkpoint_v2(database, "main", mode, nullptr, nullptr));
 }
 
 /// The file system on which the mode did not work, so that it is not tried again.
@@ -122,6 +123,14 @@ bool HasStoreTable(sqlite3* database) {
 
 }  // namespace
 
+bool TryPace::IsDue() {
+  constexpr int kMostDoublings = 6;
+  if (commits_-- > 0) return false;
+  commits_ = (1 << tries_) - 1;
+  if (tries_ < kMostDoublings) ++tries_;
+  return true;
+}
+
 void WatchLog(sqlite3* database, LogWatch* watch) {
   *watch = {};
   sqlite3_wal_hook(database, NoteLogLength, watch);
@@ -130,6 +139,8 @@ void WatchLog(sqlite3* database, LogWatch* watch) {
 void EnsureWriteAheadLog(sqlite3* database, const std::string& path) {
   std::string mode;
   FileIdentity file;
+  // A log that is begun anew is cut to this by the first commit.
+  QueryText(database, ("PRAGMA journal_size_limit=" + std::to_string(kCutAbove) + ";").c_str(), nullptr);
   if (QueryText(database, "PRAGMA journal_mode;", &mode) != SQLITE_OK || mode == "wal") return;
   if (sqlite3_db_readonly(database, "main") != 0 || !HasStoreTable(database)) return;  // nothing foreign is changed
   if (IdentifyFile(path, &file) != SQLITE_OK || file.device == DeviceWithoutLog()) return;
@@ -148,27 +159,32 @@ void TrimLog(sqlite3* database, LogWatch* watch) {
   if (watch->pageSize == 0) watch->pageSize = PageSize(database);
   int pages = std::exchange(watch->pages, 0);
   const int64_t bytes = BytesOf(pages, watch->pageSize);
-  if (bytes > kCutAbove) {
-    EmptyLog(database, &pages);
-  } else if (bytes > kReuseAbove) {
+  if (bytes <= kReuseAbove) watch->pace = {};
+  if (bytes <= kReuseAbove || !watch->pace.IsDue()) return;
+  if (bytes <= kCutAbove && LogSize(database).value_or(0) <= kMostLogBytes) {
     sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  } else if (EmptyLog(database, SQLITE_CHECKPOINT_TRUNCATE, &pages) == LogState::Emptied) {
+    watch->pace = {};
   }
 }
 
 bool MakeRoomInLog(sqlite3* database, const std::string& path, int timeoutMs) {
   using Clock = std::chrono::steady_clock;
-  constexpr std::chrono::milliseconds kPause(20);
-  if (LogSize(database, path) <= kRefuseAbove) return true;
+  // Readers that come and go are gone within the quick pauses.
+  constexpr int kQuickTries = 20;
+  constexpr std::chrono::microseconds kQuick(500), kPause(20000);
+  const std::optional<int64_t> size = LogSize(database);
+  if ((size.has_value() ? *size : FileSize(path + "-wal")) <= kMostLogBytes) return true;
   const Clock::time_point end = Clock::now() + std::chrono::milliseconds(timeoutMs);
-  for (;;) {
+  for (int tries = 0;; ++tries) {
     int pages = -1;
-    // A failure other than a held log shows in the write itself.
-    if (EmptyLog(database, &pages) != LogState::Held) return true;
+    // A failure other than a held log shows in the write itself, which also cuts the log.
+    if (EmptyLog(database, SQLITE_CHECKPOINT_RESTART, &pages) != LogState::Held) return true;
     const bool isLong =
-        pages < 0 || BytesOf(pages, PageSize(database)) > kRefuseAbove;  // the file may be longer than its log
+        pages < 0 || BytesOf(pages, PageSize(database)) > kMostLogBytes;  // the file may be longer than its log
     if (!isLong) return true;
     if (Clock::now() >= end) return false;
-    std::this_thread::sleep_for(kPause);
+    std::this_thread::sleep_for(tries < kQuickTries ? kQuick : kPause);
   }
 }
 
