@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "configstore/base_object.h"
@@ -15,11 +16,26 @@ namespace OrvoConfigStore {
 
 class FilterSpecObject;
 
-/// What a row tells of an object besides its data.
+/// What a row tells of an object besides its data; the texts are copied.
 struct RowFacts {
-  std::string version;
-  std::string creationTime;
-  std::string modifiedTime;
+  std::string_view version;
+  std::string_view creationTime;
+  std::string_view modifiedTime;
+};
+
+/// A time as a row has it, "2026-01-31 23:59:59". Kept in place, as long as it is no
+/// longer than that: objects are held by the hundred thousand.
+class CONFIGSTORE_API RowTime {
+ public:
+  RowTime() = default;
+  explicit RowTime(std::string_view text);
+
+  std::string Text() const;
+
+ private:
+  char place_[23] = {};
+  unsigned char size_ = 0;
+  std::unique_ptr<const std::string> long_;  // null while the text has its place
 };
 
 /// A configuration object as read from and written to the store: identity, data,
@@ -99,8 +115,8 @@ class CONFIGSTORE_API ConfigStoreObject final : public WritableObject {
   [[maybe_unused]] bool fromSchema_;
   std::string version_;
   std::shared_ptr<JsonDoc> defaults_;
-  std::string creationTime_;
-  std::string modifiedTime_;
+  RowTime creationTime_;
+  RowTime modifiedTime_;
 };
 
 }  // namespace OrvoConfigStore

@@ -64,6 +64,19 @@ std::shared_ptr<const TypeDocuments> DocumentsOf(const OrvoSchemaStore::SchemaOb
 
 }  // namespace
 
+RowTime::RowTime(std::string_view text) {
+  if (text.size() > sizeof place_) {
+    long_ = std::make_unique<const std::string>(text);
+    return;
+  }
+  size_ = static_cast<unsigned char>(text.size());
+  text.copy(place_, text.size());
+}
+
+std::string RowTime::Text() const {
+  return long_ != nullptr ? *long_ : std::string(place_, size_);
+}
+
 ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id) : WritableObject(id), fromSchema_(true) {
   const auto schema = OrvoSchemaStore::SchemaStore::GetStore()->GetSchema(id.component, id.group, id.key);
   if (schema != nullptr) version_ = schema->GetVersion();
@@ -94,9 +107,9 @@ ConfigStoreObject::ConfigStoreObject(const ConfigStoreObjectId& id, std::shared_
                                      const std::shared_ptr<OrvoSchemaStore::SchemaObject>& schema, RowFacts row)
     : WritableObject(id, std::move(data)),
       fromSchema_(true),
-      version_(std::move(row.version)),
-      creationTime_(std::move(row.creationTime)),
-      modifiedTime_(std::move(row.modifiedTime)) {
+      version_(row.version),
+      creationTime_(row.creationTime),
+      modifiedTime_(row.modifiedTime) {
   TakeIdMapAndDefaults(SchemaOr(schema, id));
   SetInstanceIdFromCsoId();
 }
@@ -128,10 +141,10 @@ std::string ConfigStoreObject::GetVersion() const {
   return version_;
 }
 std::string ConfigStoreObject::GetCreationTime() const {
-  return creationTime_;
+  return creationTime_.Text();
 }
 std::string ConfigStoreObject::GetModifiedTime() const {
-  return modifiedTime_;
+  return modifiedTime_.Text();
 }
 std::shared_ptr<JsonDoc> ConfigStoreObject::GetIdMap() const {
   return idMap_;
@@ -191,8 +204,8 @@ std::shared_ptr<ConfigStoreObject> ConfigStoreObject::MakeSubObjectPtr(const Sub
 
 std::shared_ptr<ConfigStoreObject> ConfigStoreObject::HandleOf(const SubObjectId& sid, const JsonNode& step) const {
   const ConfigStoreObjectId id(sid.key, id_.group, id_.component, step.idValue);
-  return std::make_shared<ConfigStoreObject>(id, StepInto(*doc_, step), nullptr, version_, creationTime_, modifiedTime_,
-                                             false, idMap_, defaults_);
+  return std::make_shared<ConfigStoreObject>(id, StepInto(*doc_, step), nullptr, version_, GetCreationTime(),
+                                             GetModifiedTime(), false, idMap_, defaults_);
 }
 
 std::shared_ptr<ConfigStoreObject> ConfigStoreObject::GetSubObject(const SubObjectId& sid) const {

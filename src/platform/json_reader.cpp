@@ -151,6 +151,7 @@ JsonStorage::JsonStorage(void* room, size_t bytes, size_t textLength)
 std::shared_ptr<JsonStorage> NewStorage(size_t textLength) {
   const size_t bytes = ChunkFor(textLength);
   if (bytes <= 512) return NewRoomyStorage<512>(textLength);
+  if (bytes <= 640) return NewRoomyStorage<640>(textLength);
   if (bytes <= 768) return NewRoomyStorage<768>(textLength);
   if (bytes <= 1024) return NewRoomyStorage<1024>(textLength);
   return std::make_shared<JsonStorage>(textLength);

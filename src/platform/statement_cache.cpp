@@ -31,6 +31,18 @@ int PrepareStatement(sqlite3* database, const std::string& text, StatementHandle
   return SQLITE_MISUSE;
 }
 
+const std::vector<char*>& ColumnNames::Of(sqlite3_stmt* statement) {
+  constexpr int kKeepCount = 0;
+  const int preparations = sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_REPREPARE, kKeepCount);
+  if (preparations == preparations_) return names_;
+  names_.clear();
+  const int columns = sqlite3_column_count(statement);
+  names_.reserve(static_cast<size_t>(columns));
+  for (int i = 0; i < columns; ++i) names_.push_back(const_cast<char*>(sqlite3_column_name(statement, i)));
+  preparations_ = preparations;
+  return names_;
+}
+
 StatementCache::Entry* StatementCache::Take(const std::string& text) {
   const auto found = entries_.find(text);
   if (found == entries_.end() || found->second.inUse) return nullptr;

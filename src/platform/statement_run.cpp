@@ -76,35 +76,32 @@ int Bind(sqlite3_stmt* statement, const std::vector<Parameter>& parameters, cons
 /// A result row as a callback takes it.
 class Row {
  public:
-  explicit Row(sqlite3_stmt* statement) : statement_(statement) {}
+  Row(sqlite3_stmt* statement, ColumnNames* columns) : statement_(statement), columns_(columns) {}
 
   /// Takes the current row; false when memory is short.
   bool Read() {
-    if (cells_ == nullptr) ReadNames();
-    for (int column = 0; column < columns_; ++column) {
+    if (names_ == nullptr) names_ = &columns_->Of(statement_);
+    if (names_->size() > few_.size()) many_.resize(names_->size());
+    texts_ = many_.empty() ? few_.data() : many_.data();
+    for (int column = 0; column < Columns(); ++column) {
       const unsigned char* const text = sqlite3_column_text(statement_, column);
-      cells_[column] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
+      texts_[column] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
     }
     return sqlite3_errcode(sqlite3_db_handle(statement_)) != SQLITE_NOMEM;  // without memory a text reads as NULL
   }
 
-  int Give(RowCallback callback, void* context) { return callback(context, columns_, cells_, cells_ + columns_); }
-
- private:
-  void ReadNames() {
-    columns_ = sqlite3_column_count(statement_);
-    const size_t cells = 2 * static_cast<size_t>(columns_);
-    if (cells > few_.size()) many_.resize(cells);
-    cells_ = cells > few_.size() ? many_.data() : few_.data();
-    for (int column = 0; column < columns_; ++column) {
-      cells_[columns_ + column] = const_cast<char*>(sqlite3_column_name(statement_, column));
-    }
+  int Give(RowCallback callback, void* context) {
+    return callback(context, Columns(), texts_, const_cast<char**>(names_->data()));
   }
 
+ private:
+  int Columns() const { return static_cast<int>(names_->size()); }
+
   sqlite3_stmt* statement_;
-  int columns_ = 0;
-  char** cells_ = nullptr;     // the texts, then the names
-  std::array<char*, 24> few_;  // where they are, mostly
+  ColumnNames* columns_;
+  const std::vector<char*>* names_ = nullptr;
+  char** texts_ = nullptr;
+  std::array<char*, 16> few_;  // where they are, mostly
   std::vector<char*> many_;
 };
 
@@ -163,7 +160,7 @@ int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) 
   const int bound = Bind(use->Get(), lifted->parameters, request);
   if (bound != SQLITE_OK) return Fail(bound, "the values do not fit the statement", lifted->text);
   writesKeys_ = false;
-  const int code = Step(use->Get(), request);
+  const int code = Step(*use, request);
   if (beginsWrite) FollowCommit(*use);
   if (code == SQLITE_ABORT) return Fail(code, "a row was refused", lifted->text);
   return code == SQLITE_OK ? 0 : Fail(code, sqlite3_errmsg(database_.get()), lifted->text);
@@ -210,9 +207,11 @@ bool StoreConnection::BeginsWrite(sqlite3_stmt* statement) const {
   return sqlite3_stmt_readonly(statement) == 0 && !IsInTransaction();
 }
 
-int StoreConnection::Step(sqlite3_stmt* statement, const Request& request) {
+int StoreConnection::Step(const StatementUse& use, const Request& request) {
   const ScopedCount underWay(&running_);
-  Row row(statement);
+  sqlite3_stmt* const statement = use.Get();
+  ColumnNames ownColumns;
+  Row row(statement, use.Kept() == nullptr ? &ownColumns : &use.Kept()->columns);
   int code = sqlite3_step(statement);
   for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
     if (request.callback == nullptr) continue;

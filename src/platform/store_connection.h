@@ -107,7 +107,7 @@ class StoreConnection {
   bool Acquire(const Request& request, LiftedStatement* lifted, std::optional<StatementUse>* use);
   int Prepare(const std::string& text, std::optional<StatementUse>* use);
   bool BeginsWrite(sqlite3_stmt* statement) const;
-  int Step(sqlite3_stmt* statement, const Request& request);
+  int Step(const StatementUse& use, const Request& request);
   void TrimLogAfterCommit();
 
   // transactions.cpp: their levels

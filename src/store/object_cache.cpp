@@ -36,8 +36,9 @@ std::shared_ptr<ConfigStoreObject> CopyOf(const ConfigStoreObject& object,
   const JsonValue& data = *std::as_const(*source).GetJsonValuePtr();
   const auto generate = [&data](JsonDocument& document) { return data.Accept(document); };
   copy->document->Populate(generate);
-  return std::make_shared<ConfigStoreObject>(
-      object.GetId(), copy, schema, RowFacts{object.GetVersion(), object.GetCreationTime(), object.GetModifiedTime()});
+  const std::string version = object.GetVersion(), created = object.GetCreationTime(),
+                    modified = object.GetModifiedTime();
+  return std::make_shared<ConfigStoreObject>(object.GetId(), copy, schema, RowFacts{version, created, modified});
 }
 
 size_t BytesOf(const ConfigStoreObject& object) {

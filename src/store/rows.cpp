@@ -16,10 +16,15 @@ int VisitRow(void* context, int columns, char** texts, char** names) {
   return 0;
 }
 
-// Most columns differ in their first letter, which is cheap to see.
-bool SameColumn(const char* a, const char* b) {
+bool IsSameLetter(char a, char b) {
   constexpr int kCaseBit = 0x20;
-  return ((*a ^ *b) & ~kCaseBit) == 0 && strcasecmp(a, b) == 0;
+  return ((a ^ b) & ~kCaseBit) == 0;
+}
+
+// Most columns differ in their first two letters, which is cheap to see.
+bool SameColumn(const char* a, const char* b) {
+  if (!IsSameLetter(*a, *b)) return false;
+  return (*a == '\0' || IsSameLetter(a[1], b[1])) && strcasecmp(a, b) == 0;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "platform/db_store.h"
 
+#include <random>
 #include <stdexcept>
 
 #include "platform/host_log.h"
@@ -116,6 +117,63 @@ TEST(KeyValue, KeepsTheCreationTimeAndTellsNothingFromAFailure) {
   EXPECT_EQ(1, BeginTransaction(none));
   EXPECT_EQ(1, CommitTransaction(none));
   EXPECT_EQ(2, CancelTransaction(none));
+}
+
+// What is read of a key is current whoever has written it how; a connection that reads
+// it between writes of its own to the objects is to find out without a look each time.
+TEST(KeyValue, IsCurrentWhateverHappenedSince) {
+  constexpr char kObject[] =
+      "INSERT OR REPLACE INTO Config(Name, ConfigGroup, Component, Identifier, CreationTime) VALUES('n', 'g', 'c', "
+      "'i', "
+      "datetime(CURRENT_TIMESTAMP));";
+  constexpr char kUpdate[] = "UPDATE Config SET UserValue=random() WHERE Name='n';";
+  const TestDatabase host;
+  const Connection reader = host.Connect(), other = host.Connect();
+  std::string stored;
+  const auto put = [&](const Connection& by, const std::string& value) {
+    ASSERT_EQ(0, WriteKeyValue("k", value, by));
+    stored = value;
+  };
+  std::mt19937 random(1);
+  for (int i = 0; i < 1000; ++i) {
+    switch (random() % 16) {
+      case 0:
+        put(other, "other " + std::to_string(i));
+        break;
+      case 1:
+        put(reader, "own " + std::to_string(i));
+        break;
+      case 2:
+        ASSERT_EQ(0, host.Run(other, kObject));
+        break;
+      case 3:  // writes nothing, so that no commit of its own follows that of the other
+        put(other, "unseen " + std::to_string(i));
+        ASSERT_EQ(0, host.Run(reader, "UPDATE Config SET UserValue=1 WHERE Name='none';"));
+        break;
+      case 4:
+        ASSERT_EQ(0, BeginTransaction(reader));
+        put(reader, "undone");
+        ASSERT_EQ(0, ReadKeyValue("k", &stored, reader));
+        EXPECT_EQ("undone", stored);
+        ASSERT_EQ(0, CancelTransaction(reader));
+        ASSERT_EQ(0, ReadKeyValue("k", &stored, other));
+        break;
+      case 5:
+        ASSERT_EQ(0, host.Run(other, i % 2 == 0 ? "DROP TRIGGER IF EXISTS t"
+                                                : "CREATE TRIGGER IF NOT EXISTS t AFTER UPDATE ON Config BEGIN UPDATE "
+                                                  "KVTable SET Value='triggered' WHERE Key='k'; END;"));
+        break;
+      case 6:
+        ASSERT_EQ(0, host.Run(reader, kUpdate));
+        ASSERT_EQ(0, ReadKeyValue("k", &stored, other));
+        break;
+      default:
+        ASSERT_EQ(0, host.Run(reader, kObject));
+    }
+    std::string value;
+    ASSERT_EQ(0, ReadKeyValue("k", &value, reader));
+    ASSERT_EQ(stored, value) << i;
+  }
 }
 
 }  // namespace
