@@ -52,14 +52,16 @@ std::shared_ptr<JsonDoc> DefaultsOf(const std::string& key, const std::shared_pt
   return own != nullptr && own->IsObject() ? StepInto(*parent, {key, "", ""}) : nullptr;
 }
 
-std::shared_ptr<const TypeDocuments> DocumentsOf(const OrvoSchemaStore::SchemaObject& schema, const std::string& key) {
+// The schema holds what is returned.
+const TypeDocuments& DocumentsOf(const OrvoSchemaStore::SchemaObject& schema, const std::string& key) {
   std::shared_ptr<const void>& companion = schema.Companion();
-  auto kept = std::static_pointer_cast<const TypeDocuments>(companion);
-  if (kept != nullptr && kept->key == key) return kept;
-  kept = std::make_shared<const TypeDocuments>(
+  const auto* const kept = static_cast<const TypeDocuments*>(companion.get());
+  if (kept != nullptr && kept->key == key) return *kept;
+  auto made = std::make_shared<const TypeDocuments>(
       TypeDocuments{key, DocOver(schema.GetIdMap()), DefaultsOf(key, DocOver(schema.GetDefaults()))});
-  companion = kept;
-  return kept;
+  const TypeDocuments& documents = *made;
+  companion = std::move(made);
+  return documents;
 }
 
 }  // namespace
@@ -122,9 +124,9 @@ void ConfigStoreObject::TakeIdMapAndDefaults(const std::shared_ptr<OrvoSchemaSto
     CSLogger::Log(CSLogger::LOG_PRIORITY_ERROR, "Schema object is null.");
     return;
   }
-  const std::shared_ptr<const TypeDocuments> shared = DocumentsOf(*schema, id_.key);
-  idMap_ = shared->idMap;
-  defaults_ = shared->defaults;
+  const TypeDocuments& shared = DocumentsOf(*schema, id_.key);
+  idMap_ = shared.idMap;
+  defaults_ = shared.defaults;
 }
 
 const JsonValue* ConfigStoreObject::GetValuePtrDefault(const char* key, bool& isDefault) const {

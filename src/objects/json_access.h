@@ -16,7 +16,7 @@ namespace OrvoConfigStore {
 int FindInstanceIndex(const JsonValue& elements, const std::string& idKey, const std::string& instanceId);
 
 /// Returns a handle to the whole of `storage`, which it keeps alive.
-std::shared_ptr<JsonDoc> DocOver(const std::shared_ptr<JsonStorage>& storage);
+std::shared_ptr<JsonDoc> DocOver(std::shared_ptr<JsonStorage> storage);
 
 /// Returns a new document sized for a text of `textLength` bytes, its root null.
 std::shared_ptr<JsonDoc> NewDocument(size_t textLength);

@@ -86,10 +86,11 @@ int FindInstanceIndex(const JsonValue& elements, const std::string& idKey, const
   return -1;
 }
 
-std::shared_ptr<JsonDoc> DocOver(const std::shared_ptr<JsonStorage>& storage) {
-  return std::make_shared<JsonDoc>(std::shared_ptr<JsonDocument>(storage, &storage->document),
-                                   std::shared_ptr<JsonAllocator>(storage, &storage->allocator),
-                                   std::vector<JsonNode>());
+std::shared_ptr<JsonDoc> DocOver(std::shared_ptr<JsonStorage> storage) {
+  JsonStorage& parts = *storage;
+  std::shared_ptr<JsonDocument> document(storage, &parts.document);
+  std::shared_ptr<JsonAllocator> allocator(std::move(storage), &parts.allocator);
+  return std::make_shared<JsonDoc>(std::move(document), std::move(allocator), std::vector<JsonNode>());
 }
 
 std::shared_ptr<JsonDoc> NewDocument(size_t textLength) {

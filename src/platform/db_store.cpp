@@ -94,9 +94,9 @@ int ExecuteNamed(const std::shared_ptr<StoreConnection>& connection, const Named
   return RunOn(connection, {text.form, &values, &types, nullptr, nullptr, timeoutMs, &text});
 }
 
-int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text, RowCallback callback,
+int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text, CellsCallback callback,
                void* context, int timeoutMs) {
-  return RunOn(connection, {text.form, nullptr, nullptr, callback, context, timeoutMs, &text});
+  return RunOn(connection, {text.form, nullptr, nullptr, nullptr, context, timeoutMs, &text, callback});
 }
 
 int ReadKeyValue(const std::string& key, std::string* value, const std::shared_ptr<StoreConnection>& connection) {

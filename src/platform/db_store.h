@@ -31,10 +31,13 @@ constexpr int kBusyTimeout = 3000;
 
 class StoreConnection;
 struct NamedText;
+struct RowCells;
 
 /// Receives one result row; a NULL column has a null text. Any result but 0
 /// ends the statement as failed. May throw; the statement is then ended too.
 using RowCallback = int (*)(void* context, int columns, char** texts, char** names);
+/// The same, with what is known of the columns (platform/row_cells.h).
+using CellsCallback = int (*)(void* context, const RowCells& cells);
 
 /// Opens a new connection; while a rehearsal is on (platform/rehearsal.h), hands out
 /// that of its copy for TYPE_STORE. Returns an empty pointer when the file does not
@@ -123,7 +126,7 @@ uint64_t StateBeingRead(const std::shared_ptr<StoreConnection>& connection);
 /// than running the filled text. May throw what FormatSql throws.
 int ExecuteNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text,
                  const std::vector<std::string>& values, const std::vector<int>& types, int timeoutMs);
-int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text, RowCallback callback,
+int QueryNamed(const std::shared_ptr<StoreConnection>& connection, const NamedText& text, CellsCallback callback,
                void* context, int timeoutMs);
 
 /// Reads the value of `key`: empty when there is none.

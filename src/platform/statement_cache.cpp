@@ -31,10 +31,11 @@ int PrepareStatement(sqlite3* database, const std::string& text, StatementHandle
   return SQLITE_MISUSE;
 }
 
-const std::vector<char*>& ColumnNames::Of(sqlite3_stmt* statement) {
+std::vector<char*>& Columns::Names(sqlite3_stmt* statement) {
   constexpr int kKeepCount = 0;
   const int preparations = sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_REPREPARE, kKeepCount);
   if (preparations == preparations_) return names_;
+  known_.count = 0;
   names_.clear();
   const int columns = sqlite3_column_count(statement);
   names_.reserve(static_cast<size_t>(columns));

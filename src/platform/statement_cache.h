@@ -6,7 +6,8 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <vector>
+
+#include "platform/row_cells.h"
 
 namespace DBStore {
 
@@ -19,18 +20,6 @@ using StatementHandle = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 /// follow it. Returns SQLite's code, SQLITE_MISUSE for no statement or a second.
 int PrepareStatement(sqlite3* database, const std::string& text, StatementHandle* statement);
 
-/// The names of a statement's columns, which SQLite gives out one by one and keeps until
-/// it prepares the statement anew.
-class ColumnNames {
- public:
-  /// The names as they are now, after a step.
-  const std::vector<char*>& Of(sqlite3_stmt* statement);
-
- private:
-  std::vector<char*> names_;
-  int preparations_ = -1;  // as of the names
-};
-
 /// The prepared statements of one connection by their text, at most
 /// kMostStatements; the one that was used longest ago gives way.
 class StatementCache {
@@ -41,7 +30,7 @@ class StatementCache {
     uint64_t lastUse = 0;
     bool inUse = false;
     bool writesKeys = true;  // or may do so: anything else than rows of objects
-    ColumnNames columns;
+    Columns columns;
   };
 
   /// Returns the statement of `text`, now in use, or null when there is none

@@ -73,35 +73,39 @@ int Bind(sqlite3_stmt* statement, const std::vector<Parameter>& parameters, cons
   return given == values.size() ? SQLITE_OK : SQLITE_RANGE;
 }
 
-/// A result row as a callback takes it.
+/// The rows of a result, one after another, as a callback takes them.
 class Row {
  public:
-  Row(sqlite3_stmt* statement, ColumnNames* columns) : statement_(statement), columns_(columns) {}
+  Row(sqlite3_stmt* statement, Columns* columns) : statement_(statement), columns_(columns) {}
 
   /// Takes the current row; false when memory is short.
   bool Read() {
-    if (names_ == nullptr) names_ = &columns_->Of(statement_);
-    if (names_->size() > few_.size()) many_.resize(names_->size());
-    texts_ = many_.empty() ? few_.data() : many_.data();
-    for (int column = 0; column < Columns(); ++column) {
+    if (cells_.names == nullptr) Begin();
+    for (int column = 0; column < cells_.columns; ++column) {
       const unsigned char* const text = sqlite3_column_text(statement_, column);
-      texts_[column] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
+      cells_.texts[column] = reinterpret_cast<char*>(const_cast<unsigned char*>(text));
     }
+    cells_.known->next = 0;
     return sqlite3_errcode(sqlite3_db_handle(statement_)) != SQLITE_NOMEM;  // without memory a text reads as NULL
   }
 
-  int Give(RowCallback callback, void* context) {
-    return callback(context, Columns(), texts_, const_cast<char**>(names_->data()));
+  int Give(const Request& request) const {
+    if (request.cells != nullptr) return request.cells(request.context, cells_);
+    return request.callback(request.context, cells_.columns, cells_.texts, cells_.names);
   }
 
  private:
-  int Columns() const { return static_cast<int>(names_->size()); }
+  void Begin() {
+    std::vector<char*>& names = columns_->Names(statement_);
+    if (names.size() > few_.size()) many_.resize(names.size());
+    char** const texts = many_.empty() ? few_.data() : many_.data();
+    cells_ = {static_cast<int>(names.size()), texts, names.data(), columns_->Known()};
+  }
 
   sqlite3_stmt* statement_;
-  ColumnNames* columns_;
-  const std::vector<char*>* names_ = nullptr;
-  char** texts_ = nullptr;
-  std::array<char*, 16> few_;  // where they are, mostly
+  Columns* columns_;
+  RowCells cells_{};
+  std::array<char*, 16> few_;  // where the texts are, mostly
   std::vector<char*> many_;
 };
 
@@ -210,13 +214,13 @@ bool StoreConnection::BeginsWrite(sqlite3_stmt* statement) const {
 int StoreConnection::Step(const StatementUse& use, const Request& request) {
   const ScopedCount underWay(&running_);
   sqlite3_stmt* const statement = use.Get();
-  ColumnNames ownColumns;
+  Columns ownColumns;
   Row row(statement, use.Kept() == nullptr ? &ownColumns : &use.Kept()->columns);
   int code = sqlite3_step(statement);
   for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
-    if (request.callback == nullptr) continue;
+    if (request.callback == nullptr && request.cells == nullptr) continue;
     if (!row.Read()) return SQLITE_NOMEM;
-    if (row.Give(request.callback, request.context) != 0) return SQLITE_ABORT;
+    if (row.Give(request) != 0) return SQLITE_ABORT;
   }
   return code == SQLITE_DONE ? SQLITE_OK : code;
 }

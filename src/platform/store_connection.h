@@ -31,6 +31,7 @@ struct Request {
   void* context = nullptr;
   int timeoutMs = kBusyTimeout;
   const NamedText* named = nullptr;
+  CellsCallback cells = nullptr;  // instead of the other
 };
 
 /// One connection: SQLite's handle, its prepared statements, and how deep its

@@ -12,7 +12,7 @@ bool SameColumn(std::string_view a, std::string_view b) {
 }
 
 int VisitRow(void* context, int columns, char** texts, char** names) {
-  (*static_cast<const std::function<void(RowMap &&)>*>(context))(Row(columns, texts, names).Keep());
+  (*static_cast<const std::function<void(RowMap &&)>*>(context))(Row({columns, texts, names, nullptr}).Keep());
   return 0;
 }
 
@@ -35,24 +35,25 @@ const char* Row::Find(const char* column) const {
     return text == nullptr ? nullptr : text->c_str();
   }
   const int index = IndexOf(column);
-  return index < 0 ? nullptr : texts_[index];
+  return index < 0 ? nullptr : cells_.texts[index];
 }
 
 int Row::LookUp(const char* column) const {
-  if (known_ == nullptr) return Search(column);
-  for (size_t i = 0; i < known_->count; ++i) {
-    if (known_->known[i].column != column) continue;
-    known_->next = i + 1;
-    return known_->known[i].index;
+  DBStore::KnownColumns* const known = cells_.known;
+  if (known == nullptr) return Search(column);
+  for (size_t i = 0; i < known->count; ++i) {
+    if (known->known[i].column != column) continue;
+    known->next = i + 1;
+    return known->known[i].index;
   }
   const int index = Search(column);
-  if (known_->count < known_->known.size()) known_->known[known_->count++] = {column, index};
+  if (known->count < known->known.size()) known->known[known->count++] = {column, index};
   return index;
 }
 
 int Row::Search(const char* column) const {
-  for (int i = 0; i < columns_; ++i) {
-    if (SameColumn(names_[i], column)) return i;
+  for (int i = 0; i < cells_.columns; ++i) {
+    if (SameColumn(cells_.names[i], column)) return i;
   }
   return -1;
 }
@@ -64,9 +65,9 @@ const char* Row::Text(const char* column) const {
 
 RowMap Row::Keep() const {
   if (kept_ != nullptr) return *kept_;
-  RowMap kept(static_cast<size_t>(columns_));
-  for (int i = 0; i < columns_; ++i) {
-    if (texts_[i] != nullptr) kept.Add(names_[i], texts_[i]);
+  RowMap kept(static_cast<size_t>(cells_.columns));
+  for (int i = 0; i < cells_.columns; ++i) {
+    if (cells_.texts[i] != nullptr) kept.Add(cells_.names[i], cells_.texts[i]);
   }
   return kept;
 }

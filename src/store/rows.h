@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -10,33 +9,21 @@
 #include <vector>
 
 #include "platform/db_store.h"
+#include "platform/row_cells.h"
 #include "platform/sql_forms.h"
 
 namespace OrvoConfigStore {
 
 class RowMap;
 
-/// Where the columns of a query are, as far as they were asked for: the rows of one
-/// query share it. Names are known by their address, which must not change meanwhile.
-struct KnownColumns {
-  struct Known {
-    const char* column;
-    int index;  // -1 for one that the query does not have
-  };
-  std::array<Known, 12> known;
-  size_t count = 0;
-  size_t next = 0;  // probably asked for next: each row is asked for the same, in the same order
-};
-
 /// The current row of a query, or a kept one, which it refers to: valid until the
 /// visit returns.
 /// A NULL column is absent: that is how an unset layer differs from an empty one.
 /// Names are compared without regard to case, since statements and tables spell
-/// them differently.
+/// them differently. They are constants.
 class Row {
  public:
-  Row(int columns, char** texts, char** names, KnownColumns* known = nullptr)
-      : columns_(columns), texts_(texts), names_(names), known_(known) {}
+  explicit Row(const DBStore::RowCells& cells) : cells_(cells) {}
   /// Not explicit: what takes rows takes kept ones as well.
   Row(const RowMap& kept) : kept_(&kept) {}
 
@@ -49,20 +36,18 @@ class Row {
 
  private:
   int IndexOf(const char* column) const {
-    if (known_ == nullptr || known_->next >= known_->count) return LookUp(column);
-    const KnownColumns::Known& expected = known_->known[known_->next];
+    DBStore::KnownColumns* const known = cells_.known;
+    if (known == nullptr || known->next >= known->count) return LookUp(column);
+    const DBStore::KnownColumns::Known& expected = known->known[known->next];
     if (expected.column != column) return LookUp(column);
-    ++known_->next;
+    ++known->next;
     return expected.index;
   }
   int LookUp(const char* column) const;
   int Search(const char* column) const;
 
   const RowMap* kept_ = nullptr;
-  int columns_ = 0;
-  char** texts_ = nullptr;
-  char** names_ = nullptr;
-  KnownColumns* known_ = nullptr;
+  DBStore::RowCells cells_{};
 };
 
 /// A result row that is kept, column name to text; absence and names as in a Row.
@@ -93,16 +78,11 @@ bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, con
 template <class Visit>
 bool ForEachRow(const std::shared_ptr<DBStore::StoreConnection>& connection, const DBStore::NamedText& text,
                 Visit visit) {
-  struct Context {
-    Visit& visit;
-    KnownColumns known;
-  } query{visit, {}};
-  const auto give = [](void* context, int columns, char** texts, char** names) {
-    auto& to = *static_cast<Context*>(context);
-    to.visit(Row(columns, texts, names, &to.known));
+  const auto give = [](void* context, const DBStore::RowCells& cells) {
+    (*static_cast<Visit*>(context))(Row(cells));
     return 0;
   };
-  return DBStore::QueryNamed(connection, text, give, &query, DBStore::kBusyTimeout) == 0;
+  return DBStore::QueryNamed(connection, text, give, &visit, DBStore::kBusyTimeout) == 0;
 }
 
 }  // namespace OrvoConfigStore
