@@ -64,12 +64,15 @@ Done WorkByStore(const std::string& root, bool isWriter, const std::vector<size_
   OrvoConfigStore::SetHostRoot(root);
   CSLogger::LogInit("");
   const auto store = bench::ConfigStore::GetStore("");
-  const auto read = [&](size_t count) {
-    if (store->Get(bench::SampleId(order[count % kStored])) == nullptr) throw std::runtime_error("missing");
-  };
-  if (!isWriter) return Repeat(begin, end, read);
-  const bench::ObjectList objects = bench::SampleObjects(kStored);
-  return Repeat(begin, end, [&](size_t count) { store->Set(objects[order[count % kStored]], {}); });
+  if (isWriter) {
+    const bench::ObjectList objects = bench::SampleObjects(kStored);
+    return Repeat(begin, end, [&](size_t count) { store->Set(objects[order[count % kStored]], {}); });
+  }
+  std::vector<bench::ConfigStoreObjectId> ids;
+  for (size_t index = 0; index < kStored; ++index) ids.push_back(bench::SampleId(index));
+  return Repeat(begin, end, [&](size_t count) {
+    if (store->Get(ids[order[count % kStored]]) == nullptr) throw std::runtime_error("missing");
+  });
 }
 
 Done WorkByFloor(const std::string& file, bool isWriter, const std::vector<size_t>& order, Clock::time_point begin,

@@ -25,7 +25,7 @@ struct RowFacts {
 
 /// A time as a row has it, "2026-01-31 23:59:59". Kept in place, as long as it is no
 /// longer than that: objects are held by the hundred thousand.
-class CONFIGSTORE_API RowTime {
+class RowTime {
  public:
   RowTime() = default;
   explicit RowTime(std::string_view text);

@@ -49,7 +49,7 @@ bool FileState::IsSettled() const {
 const FileState& FileWatch::Look() {
   const std::string& root = GetHostRoot();
   const Clock::time_point now = Clock::now();
-  if (root_ == &root && now - walked_ < kWalkAfter && IsUnchanged()) return state_;
+  if (root_ == &root && now - walked_ < walkAfter_ && IsUnchanged()) return state_;
   root_ = &root;
   walked_ = now;
   Walk();

@@ -35,13 +35,14 @@ inline bool operator!=(const FileState& a, const FileState& b) {
 /// that file has not changed in any way its name still leads to it: one that is
 /// written, replaced, renamed or removed has changed. A directory or a link on the
 /// way to it that is replaced, or mounted over, shows when the path is walked again,
-/// kWalkAfter later at most.
+/// kWalkAfter later at most, or as is said.
 class FileWatch {
  public:
   static constexpr std::chrono::microseconds kWalkAfter{100};
 
   /// `path` is resolved under the host root at each look, and must stay.
-  explicit FileWatch(const char* path) : path_(path) {}
+  explicit FileWatch(const char* path, std::chrono::microseconds walkAfter = kWalkAfter)
+      : path_(path), walkAfter_(walkAfter) {}
   ~FileWatch() { LetGo(); }
   FileWatch(const FileWatch&) = delete;
   FileWatch& operator=(const FileWatch&) = delete;
@@ -58,6 +59,7 @@ class FileWatch {
   void LetGo();
 
   const char* path_;
+  std::chrono::microseconds walkAfter_;
   const std::string* root_ = nullptr;  // under which the file was found
   Clock::time_point walked_;
   FileState state_;

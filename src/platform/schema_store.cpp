@@ -1,6 +1,7 @@
 #include "platform/schema_store.h"
 
 #include <algorithm>
+#include <chrono>
 #include <unordered_map>
 #include <utility>
 
@@ -117,7 +118,10 @@ class SchemaStore::Cache {
     return std::string(component).append(1, '\0').append(group).append(1, '\0').append(key);
   }
 
-  HaldenLib::FileWatch file_{HaldenLib::kSchemaStoreFile};
+  // Schemas are installed at leisure: a moved directory may show later than where data is written.
+  static constexpr std::chrono::milliseconds kWalkAfter{1};
+
+  HaldenLib::FileWatch file_{HaldenLib::kSchemaStoreFile, kWalkAfter};
   HaldenLib::FileState state_;
   bool settled_ = false;
   std::unordered_map<std::string, Type> types_;
