@@ -109,6 +109,30 @@ class Row {
   std::vector<char*> many_;
 };
 
+/// Sees to it that a result of many rows is read with little room for pages, if the
+/// connection has much.
+template <class SetRoom>
+class Scan {
+ public:
+  Scan(bool hasLargeRoom, SetRoom setRoom) : hasLargeRoom_(hasLargeRoom), setRoom_(setRoom) {}
+  ~Scan() {
+    if (rows_ >= kLong && hasLargeRoom_) setRoom_(true);
+  }
+  Scan(const Scan&) = delete;
+  Scan& operator=(const Scan&) = delete;
+
+  void CountRow() {
+    if (++rows_ == kLong && hasLargeRoom_) setRoom_(false);
+  }
+
+ private:
+  static constexpr int64_t kLong = 1000;
+
+  const bool hasLargeRoom_;
+  SetRoom setRoom_;
+  int64_t rows_ = 0;
+};
+
 class ScopedCount {
  public:
   explicit ScopedCount(int* count) : count_(count) { ++*count_; }
@@ -121,6 +145,15 @@ class ScopedCount {
 };
 
 }  // namespace
+
+/// A connection that goes on working keeps more pages than SQLite's 2 MiB: a store of
+/// ten thousand objects then stays in memory as far as it is used. A scan does not: it
+/// would fill the room with pages that it does not come back to.
+void StoreConnection::SetPageRoom(bool isLarge) noexcept {
+  sqlite3_exec(database_.get(), isLarge ? "PRAGMA cache_size=-8000;" : "PRAGMA cache_size=-2000;", nullptr, nullptr,
+               nullptr);
+  hasLargeRoom_ = isLarge;
+}
 
 int StoreConnection::Run(const Request& request) {
   if (request.named != nullptr && !forms_.CanLift(request.named->form)) return RunWrittenOut(request);
@@ -141,6 +174,8 @@ int StoreConnection::RunWrittenOut(const Request& request) {
 }
 
 int StoreConnection::RunInternal(const Request& request) {
+  constexpr int kShortUse = 64;
+  if (hasLog_ && ++statementsRun_ == kShortUse) SetPageRoom(true);
   SetBusyTimeout(request.timeoutMs);
   LiftedStatement lifted = std::move(lifted_);  // a row callback may run statements of its own
   const int result = RunLifted(request, &lifted);
@@ -216,8 +251,10 @@ int StoreConnection::Step(const StatementUse& use, const Request& request) {
   sqlite3_stmt* const statement = use.Get();
   Columns ownColumns;
   Row row(statement, use.Kept() == nullptr ? &ownColumns : &use.Kept()->columns);
+  Scan scan(hasLargeRoom_, [this](bool isLarge) { SetPageRoom(isLarge); });
   int code = sqlite3_step(statement);
   for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+    scan.CountRow();
     if (request.callback == nullptr && request.cells == nullptr) continue;
     if (!row.Read()) return SQLITE_NOMEM;
     if (row.Give(request) != 0) return SQLITE_ABORT;

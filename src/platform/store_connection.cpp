@@ -37,6 +37,8 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
   SetBusyTimeout(kBusyTimeout);
   isLogEnsured_ = false;
   isIndexSought_ = false;
+  statementsRun_ = 0;
+  hasLargeRoom_ = false;
   ++handles_;
   return true;
 }

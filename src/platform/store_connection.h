@@ -108,6 +108,7 @@ class StoreConnection {
   bool Acquire(const Request& request, LiftedStatement* lifted, std::optional<StatementUse>* use);
   int Prepare(const std::string& text, std::optional<StatementUse>* use);
   bool BeginsWrite(sqlite3_stmt* statement) const;
+  void SetPageRoom(bool isLarge) noexcept;
   int Step(const StatementUse& use, const Request& request);
   void TrimLogAfterCommit();
 
@@ -135,7 +136,9 @@ class StoreConnection {
   LiftedStatement lifted_;  // memory that is used again
 
   BusyWait busy_;
-  int running_ = 0;  // statements under way: a row callback may run others
+  int running_ = 0;        // statements under way: a row callback may run others
+  int statementsRun_ = 0;  // on this handle
+  bool hasLargeRoom_ = false;
   int handles_ = 0;  // how many have been opened
   LogWatch log_;
   WalIndex index_;

@@ -1,6 +1,7 @@
 #include "platform/db_store.h"
 
 #include <random>
+#include <set>
 #include <stdexcept>
 
 #include "platform/host_log.h"
@@ -96,6 +97,28 @@ TEST(RowCallback, MayUseTheConnectionThrowAndRefuse) {
   EXPECT_EQ(1, rows) << "the first row that is refused is the last";
   EXPECT_EQ("3", RowsOf(host.Connect(), "SELECT count(*) FROM KVTable WHERE Value='seen'"));
   EXPECT_EQ("0 0 0", RowsOf(host.Connect(), "PRAGMA wal_checkpoint(TRUNCATE)")) << "no statement is left open";
+}
+
+TEST(PageRoom, IsLargeForAConnectionThatGoesOnWorkingAndSmallForItsScans) {
+  static constexpr char kRoom[] = "PRAGMA cache_size";
+  const TestDatabase host;
+  const Connection connection = host.Connect();
+  EXPECT_EQ("-2000", RowsOf(connection, kRoom));
+  for (int i = 0; i < 64; ++i) host.Run(connection, "SELECT 1");
+  EXPECT_EQ("-8000", RowsOf(connection, kRoom));
+  struct Scan {
+    const Connection& connection;
+    std::set<std::string> rooms;
+  } scan{connection, {}};
+  const auto look = [](void* context, int, char**, char**) {
+    auto& to = *static_cast<Scan*>(context);
+    to.rooms.insert(RowsOf(to.connection, kRoom));
+    return 0;
+  };
+  ASSERT_EQ(0, ExecuteV2(connection, "WITH n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n LIMIT 1200) SELECT i FROM n",
+                         look, &scan, kBusyTimeout));
+  EXPECT_EQ((std::set<std::string>{"-2000", "-8000"}), scan.rooms);
+  EXPECT_EQ("-8000", RowsOf(connection, kRoom));
 }
 
 TEST(KeyValue, KeepsTheCreationTimeAndTellsNothingFromAFailure) {
