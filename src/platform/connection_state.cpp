@@ -20,23 +20,10 @@ int TakeText(void* text, int, char** texts, char**) {
   return 0;
 }
 
-/// Told by SQLite of all that a statement does when it is prepared, what triggers do included.
-int NoteAction(void* writesKeys, int action, const char* table, const char*, const char*, const char*) {
-  switch (action) {
-    case SQLITE_SELECT:
-    case SQLITE_READ:
-    case SQLITE_FUNCTION:
-    case SQLITE_RECURSIVE:
-      return SQLITE_OK;
-    case SQLITE_INSERT:
-    case SQLITE_UPDATE:
-    case SQLITE_DELETE:
-      if (table != nullptr && std::strcmp(table, kConfigTable) == 0) return SQLITE_OK;
-      [[fallthrough]];
-    default:
-      *static_cast<bool*>(writesKeys) = true;
-      return SQLITE_OK;
-  }
+/// Whether a connection that is set so finds the index elsewhere, or none.
+bool MovesIndex(const char* pragma, const char* value) {
+  const auto is = [pragma](const char* name) { return sqlite3_stricmp(pragma, name) == 0; };
+  return value != nullptr && (is("journal_mode") || is("locking_mode"));
 }
 
 }  // namespace
@@ -89,6 +76,12 @@ void StoreConnection::ForgetState() {
   keptKey_.Forget();
 }
 
+/// From here on the index is unknown.
+void StoreConnection::LeaveIndex() {
+  ForgetState();
+  isIndexSought_ = true;
+}
+
 bool StoreConnection::RecallKey(const std::string& key, std::string* value, WalHead* before) {
   if (!IsAtRest() || !index_.Read(before) || !keptKey_.Gives(key, *before, value)) return false;
   ClearFailure();
@@ -100,17 +93,30 @@ void StoreConnection::RememberKey(const std::string& key, const std::string& val
   if (IsAtRest() && ReadHead(&after) && after == before) keptKey_.Keep(key, value, after, StateBeingRead());
 }
 
-void StoreConnection::WatchKeyWrites() {
-  sqlite3_set_authorizer(database_.get(), NoteAction, &writesKeys_);
+/// Told by SQLite of all that a statement does when it is prepared, what triggers do
+/// included.
+int StoreConnection::NoteAction(void* connection, int action, const char* subject, const char* detail, const char*,
+                                const char*) {
+  auto& self = *static_cast<StoreConnection*>(connection);
+  const bool isRead =
+      action == SQLITE_SELECT || action == SQLITE_READ || action == SQLITE_FUNCTION || action == SQLITE_RECURSIVE;
+  const bool writesRows = action == SQLITE_INSERT || action == SQLITE_UPDATE || action == SQLITE_DELETE;
+  const bool writesObjects = writesRows && subject != nullptr && std::strcmp(subject, kConfigTable) == 0;
+  if (!isRead && !writesObjects) self.effects_.writesKeys = true;
+  if (action == SQLITE_PRAGMA && MovesIndex(subject, detail)) {
+    self.effects_.movesIndex = true;
+    self.LeaveIndex();  // some pragmas take effect when they are prepared
+  }
+  return SQLITE_OK;
 }
 
 /// To be called after a statement that was a transaction of its own.
 void StoreConnection::FollowCommit(const StatementUse& use) noexcept {
   if (log_.pages == 0) return;  // nothing was committed
   StatementCache::Entry* const kept = use.Kept();
-  if (kept != nullptr && writesKeys_) kept->writesKeys = true;  // prepared anew, to another effect
+  if (kept != nullptr && effects_.writesKeys) kept->effects.writesKeys = true;  // prepared anew, to another effect
   WalHead head;
-  if (kept == nullptr || kept->writesKeys || !index_.Read(&head)) return keptKey_.Forget();
+  if (kept == nullptr || kept->effects.writesKeys || !index_.Read(&head)) return keptKey_.Forget();
   keptKey_.Follow(head, StateBeingRead(), log_.pages);
 }
 

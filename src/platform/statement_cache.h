@@ -20,6 +20,12 @@ using StatementHandle = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 /// follow it. Returns SQLite's code, SQLITE_MISUSE for no statement or a second.
 int PrepareStatement(sqlite3* database, const std::string& text, StatementHandle* statement);
 
+/// What a statement does that a connection must know of.
+struct StatementEffects {
+  bool writesKeys = false;  // or may do so: writes anything else than rows of objects
+  bool movesIndex = false;  // a pragma after which the log's index is elsewhere, or nowhere
+};
+
 /// The prepared statements of one connection by their text, at most
 /// kMostStatements; the one that was used longest ago gives way.
 class StatementCache {
@@ -29,7 +35,7 @@ class StatementCache {
     StatementHandle statement;
     uint64_t lastUse = 0;
     bool inUse = false;
-    bool writesKeys = true;  // or may do so: anything else than rows of objects
+    StatementEffects effects;
     Columns columns;
   };
 

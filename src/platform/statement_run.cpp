@@ -198,7 +198,8 @@ int StoreConnection::RunLifted(const Request& request, LiftedStatement* lifted) 
   }
   const int bound = Bind(use->Get(), lifted->parameters, request);
   if (bound != SQLITE_OK) return Fail(bound, "the values do not fit the statement", lifted->text);
-  writesKeys_ = false;
+  if (use->Kept() != nullptr && use->Kept()->effects.movesIndex) LeaveIndex();
+  effects_ = {};
   const int code = Step(*use, request);
   if (beginsWrite) FollowCommit(*use);
   if (code == SQLITE_ABORT) return Fail(code, "a row was refused", lifted->text);
@@ -231,12 +232,12 @@ int StoreConnection::Prepare(const std::string& text, std::optional<StatementUse
   StatementCache::Entry* kept = statements_.Take(text);
   if (kept == nullptr) {
     StatementHandle prepared;
-    writesKeys_ = false;
+    effects_ = {};
     const int code = PrepareStatement(database_.get(), text, &prepared);
     if (code != SQLITE_OK) return code;
     kept = statements_.Keep(text, &prepared);
     if (kept == nullptr) use->emplace(std::move(prepared));
-    if (kept != nullptr) kept->writesKeys = writesKeys_;
+    if (kept != nullptr) kept->effects = effects_;
   }
   if (kept != nullptr) use->emplace(kept);
   return SQLITE_OK;

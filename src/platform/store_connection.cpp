@@ -32,7 +32,7 @@ bool StoreConnection::Open(WhenMissing whenMissing) {
   database_ = OpenDatabase(path_, Access::ReadWrite, whenMissing, &file_);
   if (database_ == nullptr) return false;
   WatchLog(database_.get(), &log_);
-  WatchKeyWrites();
+  sqlite3_set_authorizer(database_.get(), NoteAction, this);
   WaitWhileBusy(database_.get(), &busy_);
   SetBusyTimeout(kBusyTimeout);
   isLogEnsured_ = false;
@@ -133,6 +133,7 @@ bool StoreConnection::PrepareToWrite(int timeoutMs, std::optional<StatementUse>*
   if (!isLogEnsured_) {
     use->reset();
     EnsureWriteAheadLog(database_.get(), path_);
+    isIndexSought_ = false;
   }
   isLogEnsured_ = true;
   WalHead head;

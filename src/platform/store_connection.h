@@ -98,7 +98,9 @@ class StoreConnection {
   bool IsAtRest() const;
   bool ReadHead(WalHead* head);
   void ForgetState();
-  void WatchKeyWrites();
+  void LeaveIndex();
+  static int NoteAction(void* connection, int action, const char* subject, const char* detail, const char* database,
+                        const char* trigger);
   void FollowCommit(const StatementUse& use) noexcept;
 
   // statement_run.cpp: one statement
@@ -130,8 +132,8 @@ class StoreConnection {
   HaldenLib::FileState notMoved_;              // in which state the path named the file
   pid_t owner_;
   StatementCache statements_;
-  StatementHandle look_;     // begins a read and takes nothing
-  bool writesKeys_ = false;  // what the statement that is being prepared may do
+  StatementHandle look_;      // begins a read and takes nothing
+  StatementEffects effects_;  // of what is being prepared
   FormCache forms_;
   LiftedStatement lifted_;  // memory that is used again
 

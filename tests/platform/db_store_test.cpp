@@ -142,6 +142,21 @@ TEST(KeyValue, KeepsTheCreationTimeAndTellsNothingFromAFailure) {
   EXPECT_EQ(2, CancelTransaction(none));
 }
 
+TEST(KeyValue, IsReadWhenTheConnectionHasLeftTheLog) {
+  const TestDatabase host;
+  const Connection connection = host.Connect();
+  std::string value;
+  EXPECT_EQ("delete", RowsOf(connection, "PRAGMA journal_mode=delete"));
+  for (const char* const mode : {"delete", "wal", "delete"}) {
+    ASSERT_EQ(0, WriteKeyValue("k", mode, connection));
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(0, ReadKeyValue("k", &value, connection));
+    EXPECT_EQ(mode, RowsOf(connection, std::string("PRAGMA journal_mode=") + mode));
+    EXPECT_EQ(CurrentState(connection), CurrentState(connection));
+    ASSERT_EQ(0, ReadKeyValue("k", &value, connection));
+    EXPECT_EQ(mode, value);
+  }
+}
+
 // What is read of a key is current whoever has written it how; a connection that reads
 // it between writes of its own to the objects is to find out without a look each time.
 TEST(KeyValue, IsCurrentWhateverHappenedSince) {
