@@ -24,7 +24,7 @@ inline bool operator==(const WalHead& a, const WalHead& b) {
 
 /// Looks at that head where it is, in the memory that all connections to a database
 /// share. SQLite's own way to ask whether anything was committed compares the same
-/// words, under two locks that cost more than the row it would read.
+/// words, under two locks that were more than half of a read from the cache.
 ///
 /// A commit is over when the head has changed, and no reader sees it before: as long
 /// as the head is the one that was read before a reading, what was read is current.
